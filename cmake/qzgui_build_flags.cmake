@@ -21,3 +21,11 @@ if(QZGUI_SANITIZE)
     add_compile_options(${_qzgui_san_flags})
     add_link_options(${_qzgui_san_flags})
 endif()
+
+if(QZGUI_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "QZGUI_BUILD_FUZZERS needs clang (-DCMAKE_CXX_COMPILER=clang++)")
+    endif()
+    # Coverage feedback for the library code the fuzzers drive.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
