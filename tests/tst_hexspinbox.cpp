@@ -13,9 +13,11 @@ Q_DECLARE_METATYPE(QValidator::State)
 
 namespace {
 
-// Empties the box the way a user does: select everything, then backspace.
-void clear_as_user(HexSpinBox& box)
+// Shows the box and empties it the way a user does: select everything, then backspace.
+void open_and_clear(HexSpinBox& box)
 {
+    box.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&box));
     box.setFocus();
     QTest::keyClick(&box, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClick(&box, Qt::Key_Backspace);
@@ -205,9 +207,7 @@ private slots:
     void typing_1f_into_empty_16_bit_box()
     {
         HexSpinBox box(true);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        clear_as_user(box);
+        open_and_clear(box);
         QCOMPARE(shown(box), QStringLiteral("0x"));
 
         QSignalSpy spy(&box, qOverload<int>(&QSpinBox::valueChanged));
@@ -224,9 +224,7 @@ private slots:
     void typing_beyond_16_bits_is_refused()
     {
         HexSpinBox box(true);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        clear_as_user(box);
+        open_and_clear(box);
         QTest::keyClicks(&box, QStringLiteral("ffff0"));
         QCOMPARE(shown(box), QStringLiteral("0xFFFF"));
         QCOMPARE(box.value(), 0xFFFF);
@@ -235,9 +233,7 @@ private slots:
     void typing_a_non_hex_character_is_refused()
     {
         HexSpinBox box(false);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        clear_as_user(box);
+        open_and_clear(box);
         QTest::keyClicks(&box, QStringLiteral("ag"));
         QCOMPARE(shown(box), QStringLiteral("0xA"));
         QCOMPARE(box.value(), 10);
@@ -246,9 +242,7 @@ private slots:
     void typing_all_ones_into_32_bit_box()
     {
         HexSpinBox box(false);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        clear_as_user(box);
+        open_and_clear(box);
         QTest::keyClicks(&box, QStringLiteral("ffffffff"));
         QCOMPARE(shown(box), QStringLiteral("0xFFFFFFFF"));
         QCOMPARE(box.value(), -1);
@@ -258,9 +252,7 @@ private slots:
     void typed_blanks_are_dropped_and_move_the_cursor_left()
     {
         HexSpinBox box(true);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        clear_as_user(box);
+        open_and_clear(box);
         // A lone blank is intermediate input: it stays, with the cursor moved in front of it.
         QTest::keyClicks(&box, QStringLiteral(" "));
         QCOMPARE(shown(box), QStringLiteral("0x "));
@@ -291,9 +283,7 @@ private slots:
     {
         HexSpinBox box(true);
         box.setHexValue(0x42);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        clear_as_user(box);
+        open_and_clear(box);
         QTest::keyClick(&box, Qt::Key_Enter);
         QCOMPARE(box.value(), 0x42);
         QCOMPARE(shown(box), QStringLiteral("0x42"));
