@@ -8,6 +8,8 @@ proto_exception::proto_exception(exception_type_e type, const std::string& messa
 {
 }
 
+proto_exception::~proto_exception() = default;
+
 proto_exception::exception_type_e proto_exception::get_type() const
 {
     return _type;

@@ -37,6 +37,9 @@ public:
      */
     proto_exception(exception_type_e type, const std::string& message);
 
+    /// Destroys the failure; out of line so that the type information has one home.
+    ~proto_exception() override;
+
     /// @return the kind of failure
     exception_type_e get_type() const;
 

@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "qzgui/sat_worker.h"
+
+#include <QMutexLocker>
+#include <QSettings>
+
+#include <stdexcept>
+
+namespace qz::gui {
+
+using api::proto::media_exception;
+using api::proto::proto_exception;
+
+namespace {
+
+// A descriptor takes the caught object in the slot of its class; anything else is "other".
+error_descriptor describe(const media_exception& e)
+{
+    return {&e, nullptr, nullptr};
+}
+
+error_descriptor describe(const proto_exception& e)
+{
+    return {nullptr, &e, nullptr};
+}
+
+error_descriptor describe(const std::exception& e)
+{
+    return {nullptr, nullptr, &e};
+}
+
+// Runs fn, catching First, Second and Last in that order; each place in the worker has its own
+// order. A caught exception is handed to report as a descriptor that lives only for that call.
+// Anything else propagates. Returns whether fn returned normally.
+template <typename First, typename Second, typename Last, typename Fn, typename Report>
+bool capture(Fn&& fn, Report&& report)
+{
+    try {
+        fn();
+        return true;
+    } catch (const First& e) {
+        report(describe(e));
+    } catch (const Second& e) {
+        report(describe(e));
+    } catch (const Last& e) {
+        report(describe(e));
+    }
+    return false;
+}
+
+} // namespace
+
+void register_meta_types()
+{
+    qRegisterMetaType<uint32_t>("uint32_t");
+    qRegisterMetaType<QVector<uint32_t>>("QVector<uint32_t>");
+    qRegisterMetaType<QVector<QPair<uint32_t, QVariant>>>("QVector<QPair<uint32_t,QVariant> >");
+    qRegisterMetaType<sat_worker::connection_state_e>("connection_state_e");
+    qRegisterMetaType<sat_worker::operation_type_e>("operation_type_e");
+    qRegisterMetaType<sat_worker::operation_status_e>("operation_status_e");
+    qRegisterMetaType<error_descriptor>("error_descriptor");
+}
+
+sat_worker::sat_worker(QObject* parent, api::proto::qz_module* module)
+    : QObject(parent), module(module)
+{
+    // Member-function pointers reach a concrete worker's overrides through the virtual slots.
+    connect(this, &sat_worker::connect_module, this, &sat_worker::_connect_module);
+    connect(this, &sat_worker::disconnect_module, this, &sat_worker::_disconnect_module);
+    connect(this, &sat_worker::get_params, this, &sat_worker::_get_params);
+    connect(this, &sat_worker::set_params, this, &sat_worker::_set_params);
+}
+
+void sat_worker::stop()
+{
+    if (!running)
+        return;
+    running = false;
+    module->abort();
+    QMutexLocker lock(&wait_mutex);
+    wait_condition.wakeAll();
+}
+
+bool sat_worker::is_running() const
+{
+    return running;
+}
+
+sat_worker::connection_state_e sat_worker::get_connection_state()
+{
+    return connection_state;
+}
+
+void sat_worker::set_persistent(bool persistent)
+{
+    module->set_persistent(persistent);
+}
+
+bool sat_worker::_connect_module()
+{
+    running = true;
+    _set_connection_state(state_connecting);
+
+    bool no_device = false;
+    const bool connected = capture<media_exception, proto_exception, std::exception>(
+        [this] { module->connect(); },
+        [&](const error_descriptor& err) {
+            no_device = err.media_type == media_exception::no_device;
+            emit on_connection_error(err);
+        });
+    if (connected) {
+        _set_connection_state(state_connected);
+        return true;
+    }
+
+    if (no_device) {
+        // Stopped already: the caller's disconnect puts the state right.
+        if (!running)
+            return false;
+        if (module->media().mode >= 2)
+            _wait_for_pipe_drain();
+    }
+    _set_connection_state(state_disconnected);
+    return false;
+}
+
+void sat_worker::_wait_for_pipe_drain()
+{
+    _set_connection_state(state_pipe_drain);
+    // running is not looked at again under the lock: a stop() between the caller's test and the
+    // wait does not shorten it.
+    QMutexLocker lock(&wait_mutex);
+    wait_condition.wait(&wait_mutex, static_cast<uint32_t>(command_config.timeout_pipe));
+}
+
+void sat_worker::_disconnect_module()
+{
+    // std::runtime_error, not std::exception: any other exception is the operation's failure.
+    capture<media_exception, proto_exception, std::runtime_error>(
+        [this] { module->disconnect(); },
+        [this](const error_descriptor& err) { emit on_connection_error(err); });
+    _set_connection_state(state_disconnected);
+}
+
+void sat_worker::_run_sweep(operation_type_e op, int count, const std::function<void(int)>& step)
+{
+    _set_module_config();
+    _connect_exec_disconnect(op, [&] {
+        for (int i = 0; i < count && running; ++i)
+            step(i);
+    });
+}
+
+void sat_worker::_get_params(const QVector<uint32_t>& params)
+{
+    _run_sweep(op_read, params.size(), [&](int i) { _try_get_param(params[i]); });
+}
+
+void sat_worker::_set_params(const QVector<QPair<uint32_t, QVariant>>& params)
+{
+    _run_sweep(op_write, params.size(),
+               [&](int i) { _try_set_param(params[i].first, params[i].second); });
+}
+
+void sat_worker::_cache_parameter_and_emit_signal(uint32_t p, const QVariant& v, bool emit_signal)
+{
+    param_cache.insert(p, qMakePair(QDateTime::currentDateTime(), v));
+    if (emit_signal)
+        emit on_get_param(p, v);
+}
+
+void sat_worker::_try_get_param(uint32_t id)
+{
+    if (!running)
+        return;
+    capture<proto_exception, media_exception, std::exception>(
+        [&] { _get_param(id); },
+        [&](const error_descriptor& err) { emit on_get_param_request_error(id, err); });
+}
+
+void sat_worker::_set_module_config()
+{
+    const QSettings settings;
+    const auto read = [&settings](const char* key, int fallback) {
+        return settings.value(QLatin1String(key), fallback);
+    };
+    command_config.timeout_pipe = read("command/timeout_pipe", 10000).toInt();
+    command_config.persistent_time = read("command/persistent_time", 9500).toUInt();
+    command_config.timeout_xs = read("command/timeout_xs", 400).toInt();
+    command_config.timeout_s = read("command/timeout_s", 800).toInt();
+    command_config.timeout_m = read("command/timeout_m", 1000).toInt();
+    command_config.timeout_l = read("command/timeout_l", 4000).toInt();
+    command_config.timeout_xl = read("command/timeout_xl", 9000).toInt();
+    command_config.repeats_xs = read("command/repeats_xs", 10).toInt();
+    command_config.repeats_s = read("command/repeats_s", 4).toInt();
+    command_config.repeats_m = read("command/repeats_m", 2).toInt();
+    command_config.repeats_l = read("command/repeats_l", 1).toInt();
+    command_config.repeats_xl = read("command/repeats_xl", 0).toInt();
+    module->set_config(command_config);
+}
+
+void sat_worker::_try_set_param(uint32_t id, const QVariant& value)
+{
+    if (!running)
+        return;
+    capture<proto_exception, media_exception, std::exception>(
+        [&] { _set_param(id, value); },
+        [&](const error_descriptor& err) { emit on_set_param_request_error(id, err); });
+}
+
+bool sat_worker::_try_exec_func(operation_type_e, const std::function<void()>& fn)
+{
+    if (!running)
+        return false;
+    if (!fn)
+        return true;
+    return capture<media_exception, proto_exception, std::exception>(
+        fn, [this](const error_descriptor& err) { emit on_connection_error(err); });
+}
+
+void sat_worker::_connect_exec_disconnect(operation_type_e op, const std::function<void()>& fn)
+{
+    emit on_operation_control(op, status_begin);
+    // A failure that escapes the steps ends the operation here, without the disconnect.
+    capture<media_exception, proto_exception, std::exception>(
+        [&] {
+            const std::function<void()> pre = [this] { _execute_pre_ops(); };
+            const std::function<void()> post = [this] { _execute_post_ops(); };
+            if (_connect_module() && running && _try_exec_func(op, pre) && running
+                && _try_exec_func(op, fn))
+                _try_exec_func(op, post);
+            _disconnect_module();
+        },
+        [&](const error_descriptor& err) { emit on_operation_error(op, err); });
+    emit on_operation_control(op, status_end);
+}
+
+void sat_worker::_try_exec_op(operation_type_e op, std::function<void()> fn)
+{
+    if (!running)
+        return;
+    // An empty fn is called all the same; its std::bad_function_call is the operation's failure.
+    capture<proto_exception, media_exception, std::exception>(
+        [&] {
+            _set_module_config();
+            fn();
+        },
+        [&](const error_descriptor& err) { emit on_operation_error(op, err); });
+}
+
+void sat_worker::_execute_pre_ops() {}
+
+void sat_worker::_execute_post_ops() {}
+
+bool sat_worker::_emit_param_value_from_cache(uint32_t id)
+{
+    const auto it = param_cache.constFind(id);
+    if (it == param_cache.constEnd())
+        return false;
+    const QPair<QDateTime, QVariant> entry = *it;
+    // Whole seconds on purpose: fresh means the second counters differ by at most one.
+    const qint64 age = QDateTime::currentSecsSinceEpoch() - entry.first.toSecsSinceEpoch();
+    if (age > 1)
+        return false;
+    emit on_get_param(id, entry.second);
+    return true;
+}
+
+void sat_worker::_set_connection_state(connection_state_e cs)
+{
+    connection_state = cs;
+    emit on_connection_state(cs);
+}
+
+void sat_worker::_emit_on_connection_error(const error_descriptor& err)
+{
+    emit on_connection_error(err);
+}
+
+void sat_worker::_emit_on_operation_control(operation_type_e op, operation_status_e status)
+{
+    emit on_operation_control(op, status);
+}
+
+void sat_worker::_emit_on_operation_error(operation_type_e op, const error_descriptor& err)
+{
+    emit on_operation_error(op, err);
+}
+
+} // namespace qz::gui
