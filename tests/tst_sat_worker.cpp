@@ -34,11 +34,10 @@ void add_fault_rows()
     QTest::newRow("plain std::exception") << fault_t::plain("x") << "other x";
 }
 
-// Starts fn in a fresh QThread; the caller waits for it.
-template <typename Fn>
-std::unique_ptr<QThread> start_thread(Fn fn)
+// Starts fn in a fresh thread; the caller waits for it.
+std::unique_ptr<qz::test::test_thread> start_thread(std::function<void()> fn)
 {
-    std::unique_ptr<QThread> thread(QThread::create(fn));
+    auto thread = std::make_unique<qz::test::test_thread>(std::move(fn));
     thread->start();
     return thread;
 }
@@ -324,7 +323,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(events.has("state pipe_drain"), 60000);
         // The wait begins just after the state is reported, and a stop() in between does not
         // shorten it (by design); re-arm and stop again until the wait has ended.
-        while (!thread->wait(20)) {
+        while (!thread->finished_within(20ms)) {
             worker.running = true;
             worker.stop();
         }
@@ -589,7 +588,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(module.count(simulated_module::call_read), 1, 60000);
         // The module records a read and begins its wait under one lock, so the read is waiting now.
         worker.stop();
-        QVERIFY(thread->wait(60000));
+        QVERIFY(thread->finished_within(60s));
         QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
                                              "get_error 1 media 6 stopped",
                                              "state disconnected", "end read"}));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "simulator/simulated_module.h"
+#include "test_thread.h"
 
 #include <QThread>
 #include <QtTest>
@@ -17,13 +18,12 @@ using qz::sim::simulated_module;
 
 namespace {
 
-// Runs fn in a fresh QThread and waits for it.
-template <typename Fn>
-void run_in_thread(Fn fn)
+// Runs fn in a fresh thread and waits for it.
+void run_in_thread(std::function<void()> fn)
 {
-    std::unique_ptr<QThread> thread(QThread::create(fn));
-    thread->start();
-    QVERIFY(thread->wait(60000));
+    qz::test::test_thread thread(std::move(fn));
+    thread.start();
+    QVERIFY(thread.finished_within(60s));
 }
 
 // Which exception class a call throws, as the worker's catch clauses would see it.
@@ -169,7 +169,7 @@ private slots:
         m.set_connect_latency(3600s);
         std::atomic<int> type{-1};
         std::atomic<bool> other{false};
-        std::unique_ptr<QThread> worker(QThread::create([&] {
+        qz::test::test_thread worker([&] {
             try {
                 m.connect();
             } catch (const media_exception& e) {
@@ -177,10 +177,10 @@ private slots:
             } catch (...) {
                 other = true;
             }
-        }));
-        worker->start();
+        });
+        worker.start();
         // Abort until the worker has left its wait: an abort before the wait began is not seen.
-        while (!worker->wait(10))
+        while (!worker.finished_within(10ms))
             m.abort();
         QCOMPARE(type.load(), int(media_exception::stopped));
         QVERIFY(!other);
@@ -196,7 +196,7 @@ private slots:
         m.set_write_latency(3600s);
         std::atomic<int> read_type{-1};
         std::atomic<int> write_type{-1};
-        std::unique_ptr<QThread> worker(QThread::create([&] {
+        qz::test::test_thread worker([&] {
             try {
                 m.read_param(1);
             } catch (const media_exception& e) {
@@ -207,9 +207,9 @@ private slots:
             } catch (const media_exception& e) {
                 write_type = e.get_type();
             }
-        }));
-        worker->start();
-        while (!worker->wait(10))
+        });
+        worker.start();
+        while (!worker.finished_within(10ms))
             m.abort();
         QCOMPARE(read_type.load(), int(media_exception::stopped));
         QCOMPARE(write_type.load(), int(media_exception::stopped));
@@ -304,9 +304,9 @@ private slots:
         simulated_module m;
         m.connect();
         constexpr int per_thread = 2000;
-        std::vector<std::unique_ptr<QThread>> threads;
+        std::vector<std::unique_ptr<qz::test::test_thread>> threads;
         for (uint32_t t = 0; t < 4; ++t) {
-            threads.emplace_back(QThread::create([&m, t] {
+            threads.push_back(std::make_unique<qz::test::test_thread>([&m, t] {
                 for (uint32_t i = 0; i < per_thread; ++i) {
                     const uint32_t id = t * per_thread + i;
                     m.write_param(id, id);
@@ -317,7 +317,7 @@ private slots:
             threads.back()->start();
         }
         for (auto& thread : threads)
-            QVERIFY(thread->wait(60000));
+            QVERIFY(thread->finished_within(60s));
         QCOMPARE(m.count(simulated_module::call_write), 4 * per_thread);
         QCOMPARE(m.stored(3 * per_thread + 5), QVariant(3u * per_thread + 5));
     }

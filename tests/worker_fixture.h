@@ -6,6 +6,7 @@
 
 #include "simulator/simulated_module.h"
 #include "simulator/simulated_worker.h"
+#include "test_thread.h"
 
 #include <QCoreApplication>
 #include <QSettings>
