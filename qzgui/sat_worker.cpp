@@ -4,6 +4,7 @@
 #include <QMutexLocker>
 #include <QSettings>
 
+#include <limits>
 #include <stdexcept>
 
 namespace qz::gui {
@@ -46,6 +47,21 @@ bool capture(Fn&& fn, Report&& report)
         report(describe(e));
     }
     return false;
+}
+
+// The current local time, as QDateTime::currentDateTime() gives it. Qt 5 re-reads the time zone
+// for every conversion to local time, which costs microseconds, while a sweep stores hundreds of
+// values per millisecond; within one millisecond the same conversion is reused.
+QDateTime local_now()
+{
+    thread_local qint64 last_msecs = std::numeric_limits<qint64>::min();
+    thread_local QDateTime last;
+    const qint64 msecs = QDateTime::currentMSecsSinceEpoch();
+    if (msecs != last_msecs) {
+        last = QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime);
+        last_msecs = msecs;
+    }
+    return last;
 }
 
 } // namespace
@@ -164,7 +180,7 @@ void sat_worker::_set_params(const QVector<QPair<uint32_t, QVariant>>& params)
 
 void sat_worker::_cache_parameter_and_emit_signal(uint32_t p, const QVariant& v, bool emit_signal)
 {
-    param_cache.insert(p, qMakePair(QDateTime::currentDateTime(), v));
+    param_cache.insert(p, qMakePair(local_now(), v));
     if (emit_signal)
         emit on_get_param(p, v);
 }
