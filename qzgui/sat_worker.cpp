@@ -187,11 +187,16 @@ void sat_worker::_cache_parameter_and_emit_signal(uint32_t p, const QVariant& v,
 
 void sat_worker::_try_get_param(uint32_t id)
 {
+    _try_param(id, [&] { _get_param(id); }, &sat_worker::on_get_param_request_error);
+}
+
+void sat_worker::_try_param(uint32_t id, const std::function<void()>& access,
+                            void (sat_worker::*report)(uint32_t, const error_descriptor&))
+{
     if (!running)
         return;
     capture<proto_exception, media_exception, std::exception>(
-        [&] { _get_param(id); },
-        [&](const error_descriptor& err) { emit on_get_param_request_error(id, err); });
+        access, [&](const error_descriptor& err) { emit(this->*report)(id, err); });
 }
 
 void sat_worker::_set_module_config()
@@ -217,11 +222,7 @@ void sat_worker::_set_module_config()
 
 void sat_worker::_try_set_param(uint32_t id, const QVariant& value)
 {
-    if (!running)
-        return;
-    capture<proto_exception, media_exception, std::exception>(
-        [&] { _set_param(id, value); },
-        [&](const error_descriptor& err) { emit on_set_param_request_error(id, err); });
+    _try_param(id, [&] { _set_param(id, value); }, &sat_worker::on_set_param_request_error);
 }
 
 bool sat_worker::_try_exec_func(operation_type_e, const std::function<void()>& fn)

@@ -287,6 +287,8 @@ protected:
     std::atomic<connection_state_e> connection_state{state_disconnected};
 
 private:
+    void _try_param(uint32_t id, const std::function<void()>& access,
+                    void (sat_worker::*report)(uint32_t, const error_descriptor&));
     void _wait_for_pipe_drain();
     void _run_sweep(operation_type_e op, int count, const std::function<void(int)>& step);
 };

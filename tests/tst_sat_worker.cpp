@@ -48,17 +48,17 @@ public:
     using test_worker::test_worker;
     std::function<void()> pre = [] {};
     std::function<void()> post = [] {};
-    QStringList* trace = nullptr;
+    QStringList trace;
 
 protected:
     void _execute_pre_ops() override
     {
-        trace->append(QStringLiteral("pre"));
+        trace.append(QStringLiteral("pre"));
         pre();
     }
     void _execute_post_ops() override
     {
-        trace->append(QStringLiteral("post"));
+        trace.append(QStringLiteral("post"));
         post();
     }
 };
@@ -431,8 +431,7 @@ private slots:
         QFETCH(QString, described);
         simulated_module module;
         hook_worker worker(nullptr, &module);
-        QStringList trace;
-        worker.trace = &trace;
+        QStringList& trace = worker.trace;
         recorder events(worker);
         worker._connect_exec_disconnect(W::op_read, [&] { fault.raise(); });
         QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
@@ -446,8 +445,7 @@ private slots:
     {
         simulated_module module;
         hook_worker worker(nullptr, &module);
-        QStringList trace;
-        worker.trace = &trace;
+        QStringList& trace = worker.trace;
         worker._connect_exec_disconnect(W::op_read, [&] {
             trace.append(module.is_connected() ? "body connected" : "body disconnected");
         });
@@ -459,8 +457,7 @@ private slots:
     {
         simulated_module module;
         hook_worker worker(nullptr, &module);
-        QStringList trace;
-        worker.trace = &trace;
+        QStringList& trace = worker.trace;
         worker.pre = [] { throw proto_exception(proto_exception::busy, "busy"); };
         recorder events(worker);
         worker._connect_exec_disconnect(W::op_read, [&] { trace.append("body"); });
@@ -474,8 +471,7 @@ private slots:
     {
         simulated_module module;
         hook_worker worker(nullptr, &module);
-        QStringList trace;
-        worker.trace = &trace;
+        QStringList& trace = worker.trace;
         worker.post = [] { throw std::runtime_error("late"); };
         recorder events(worker);
         worker._connect_exec_disconnect(W::op_write, [&] { trace.append("body"); });
@@ -489,8 +485,7 @@ private slots:
     {
         simulated_module module;
         hook_worker worker(nullptr, &module);
-        QStringList trace;
-        worker.trace = &trace;
+        QStringList& trace = worker.trace;
         worker.pre = [&] { worker.stop(); };
         worker._connect_exec_disconnect(W::op_read, [&] { trace.append("body"); });
         QCOMPARE(trace, QStringList({"pre"}));
