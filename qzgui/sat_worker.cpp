@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/sat_worker.h"
 
+#include "qzgui/local_time.h"
+
 #include <QMutexLocker>
 #include <QSettings>
 
-#include <limits>
 #include <stdexcept>
 
 namespace qz::gui {
@@ -47,21 +48,6 @@ bool capture(Fn&& fn, Report&& report)
         report(describe(e));
     }
     return false;
-}
-
-// The current local time, as QDateTime::currentDateTime() gives it. Qt 5 re-reads the time zone
-// for every conversion to local time, which costs microseconds, while a sweep stores hundreds of
-// values per millisecond; within one millisecond the same conversion is reused.
-QDateTime local_now()
-{
-    thread_local qint64 last_msecs = std::numeric_limits<qint64>::min();
-    thread_local QDateTime last;
-    const qint64 msecs = QDateTime::currentMSecsSinceEpoch();
-    if (msecs != last_msecs) {
-        last = QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime);
-        last_msecs = msecs;
-    }
-    return last;
 }
 
 } // namespace

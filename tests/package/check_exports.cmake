@@ -20,6 +20,11 @@ foreach(line IN LISTS symbols)
     if(name MATCHES "^(_init|_fini|_edata|_end|__bss_start)$")
         continue()
     endif()
+    # Instantiations of standard library templates: libstdc++ gives namespace std default
+    # visibility, so they are exported wherever they are instantiated.
+    if(name MATCHES "^std::")
+        continue()
+    endif()
     set(ok FALSE)
     foreach(class IN LISTS classes)
         string(FIND "${name}" "${class}::" at)
