@@ -6,12 +6,10 @@
 
 #include "simulator/simulated_module.h"
 #include "simulator/simulated_worker.h"
+#include "temporary_settings.h"
 #include "test_thread.h"
 
-#include <QCoreApplication>
-#include <QSettings>
 #include <QStringList>
-#include <QTemporaryDir>
 
 #include <mutex>
 
@@ -140,27 +138,6 @@ private:
 
     mutable std::mutex _mutex;
     QStringList _lines;
-};
-
-/// Points the application's default QSettings at an INI store in a fresh temporary directory.
-class temporary_settings {
-public:
-    temporary_settings()
-    {
-        QCoreApplication::setOrganizationName(QStringLiteral("qzgui-tests"));
-        QCoreApplication::setApplicationName(QStringLiteral("worker"));
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, _dir.path());
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, _dir.path());
-    }
-
-    /// Empties the store.
-    void clear() { QSettings().clear(); }
-
-    /// Stores @p value under @p key.
-    void set(const QString& key, const QVariant& value) { QSettings().setValue(key, value); }
-
-private:
-    QTemporaryDir _dir;
 };
 
 } // namespace qz::test
