@@ -15,9 +15,11 @@ namespace qz::gui {
  */
 QDateTime local_now();
 
-/// @return @p time as QDateTime::toString("yyyy-MM-dd HH:mm:ss,zzz  ") renders it (the two
-///         blanks included)
-QString format_log_time(const QDateTime& time);
+/**
+ * @return @p time as QDateTime::toString("yyyy-MM-dd HH:mm:ss,zzz  ") renders it (the two blanks
+ *         included), followed by @p rest; built in one allocation
+ */
+QString format_log_time(const QDateTime& time, const QString& rest = QString());
 
 } // namespace qz::gui
 

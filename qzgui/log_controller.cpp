@@ -36,7 +36,6 @@ log_controller::log_controller(QWidget* parent, const QString& log_prefix, QList
 log_controller::~log_controller()
 {
     _cache_timer.stop();
-    qDeleteAll(_cache);
 }
 
 void log_controller::log(log_item::log_level_e level, const QString& message)
@@ -45,9 +44,11 @@ void log_controller::log(log_item::log_level_e level, const QString& message)
     if (text.endsWith(QLatin1Char('\r')))
         text.chop(1);
     const log_item item(level, text, local_now());
-    _write_log_line(item.toString());
+    // Rendered once: the file and the list show the same line.
+    const QString line = item.toString();
+    _write_log_line(line);
     if (_list_widget && (level != log_item::QZTTC || _is_verbose)) {
-        _cache.append(_make_log_widget_item(&item));
+        _cache.append({level, line});
         if (!_cache_timer.isActive())
             _cache_timer.start();
     }
@@ -113,25 +114,27 @@ void log_controller::_write_log_line(QString line)
     file.write(line.toUtf8().constData());
 }
 
-QListWidgetItem* log_controller::_make_log_widget_item(const log_item* item) const
+QListWidgetItem* log_controller::_make_log_widget_item(const pending_line_t& pending) const
 {
     auto* entry = new QListWidgetItem(nullptr, QListWidgetItem::Type);
-    entry->setBackground(QColor(Qt::white));
-    switch (item->get_log_level()) {
+    // White unless the level says otherwise; only an error sets a text colour.
+    QColor background = Qt::white;
+    switch (pending.level) {
     case log_item::ERROR:
-        entry->setBackground(QColor(Qt::red));
+        background = Qt::red;
         entry->setForeground(QBrush(Qt::white, Qt::SolidPattern));
         break;
     case log_item::QZTTC:
-        entry->setBackground(QColor(Qt::cyan));
+        background = Qt::cyan;
         break;
     case log_item::WARN:
-        entry->setBackground(QColor(Qt::yellow));
+        background = Qt::yellow;
         break;
     case log_item::INFO:
         break;
     }
-    entry->setText(item->toString());
+    entry->setBackground(background);
+    entry->setText(pending.line);
     return entry;
 }
 
@@ -141,16 +144,15 @@ void log_controller::_on_cache_timer_timeout()
     const int limit = static_cast<int>(_max_visible_lines);
     int first_shown = 0;
     if (limit >= 0) {
-        // The result is the newest `limit` rows of the list followed by the batch. Entries the
-        // trim would delete right after inserting them are deleted unseen, and the rows it would
-        // take from the front go in one step, so a burst costs what it holds, not its square.
+        // The result is the newest `limit` rows of the list followed by the batch. Lines the trim
+        // would delete right after inserting them are never made into entries, and the rows it
+        // would take from the front go in one step, so a burst costs what it holds, not its square.
         first_shown = qMax(0, _cache.size() - limit);
-        qDeleteAll(_cache.cbegin(), _cache.cbegin() + first_shown);
         const int arriving = _cache.size() - first_shown;
         _remove_front_rows(qMin(_list_widget->count(), _list_widget->count() + arriving - limit));
     }
     for (int i = first_shown; i < _cache.size(); ++i)
-        _list_widget->insertItem(_list_widget->count(), _cache[i]);
+        _list_widget->insertItem(_list_widget->count(), _make_log_widget_item(_cache[i]));
     _cache.clear();
 
     // Nothing is left to trim here for a limit below 2^31. A larger limit reads as negative: every

@@ -57,7 +57,7 @@ public:
      */
     log_controller(QWidget* parent, const QString& log_prefix, QListWidget* list);
 
-    /// Destroys the controller and the entries not shown yet; shown entries stay in the list.
+    /// Destroys the controller and the lines not shown yet; shown entries stay in the list.
     ~log_controller() override;
 
     /**
@@ -87,13 +87,19 @@ public:
 private:
     void _gen_log_file();
     void _write_log_line(QString line);
-    QListWidgetItem* _make_log_widget_item(const log_item* item) const;
+    // A line waiting for the next batch; its list entry is built only if the batch keeps it.
+    struct pending_line_t {
+        log_item::log_level_e level;
+        QString line;
+    };
+
+    QListWidgetItem* _make_log_widget_item(const pending_line_t& pending) const;
     void _on_cache_timer_timeout();
     void _remove_front_rows(int rows);
 
     QString _log_prefix;
     QListWidget* _list_widget;
-    QVector<QListWidgetItem*> _cache;
+    QVector<pending_line_t> _cache;
     std::unique_ptr<log_menu_controller> _menu_controller;
     QTimer _cache_timer;
     QString _log_file_name;

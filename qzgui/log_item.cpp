@@ -4,6 +4,7 @@
 #include "qzgui/local_time.h"
 
 #include <QDateTime>
+#include <QStringBuilder>
 
 namespace qz::gui {
 
@@ -65,7 +66,7 @@ QString log_item::get_message() const
 
 QString log_item::toString() const
 {
-    return format_log_time(*_date) + _level_labels->value(_log_level) + QLatin1Char(' ') + *_message;
+    return format_log_time(*_date, _level_labels->value(_log_level) % QLatin1Char(' ') % *_message);
 }
 
 } // namespace qz::gui
