@@ -16,12 +16,16 @@ set(args -S "${CONSUMER_DIR}" -B "${WORK_DIR}/build" -G "${GENERATOR}"
 if(MODE STREQUAL "find_package")
     run(${CMAKE_COMMAND} --install "${QZGUI_BUILD_DIR}" --prefix "${WORK_DIR}/prefix")
     foreach(f include/qzgui/HexSpinBox.h include/qzgui/qzgui_export.h
+              include/qzgui/sat_worker.h include/qzgui/log_controller.h
               include/module_api/qz_module.h include/module_api/error_descriptor.h
               lib/cmake/qzgui/qzguiConfig.cmake lib/cmake/qzgui/qzguiConfigVersion.cmake)
         if(NOT EXISTS "${WORK_DIR}/prefix/${f}")
             message(FATAL_ERROR "not installed: ${f}")
         endif()
     endforeach()
+    if(EXPECT_QM AND NOT EXISTS "${WORK_DIR}/prefix/share/qzgui/translations/qzgui_de.qm")
+        message(FATAL_ERROR "not installed: share/qzgui/translations/qzgui_de.qm")
+    endif()
     list(APPEND args -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
 else()
     list(APPEND args -DQZGUI_SOURCE_DIR=${QZGUI_SOURCE_DIR})
