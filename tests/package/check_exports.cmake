@@ -22,7 +22,7 @@ foreach(line IN LISTS symbols)
     endif()
     # Instantiations of standard library templates: libstdc++ gives namespace std default
     # visibility, so they are exported wherever they are instantiated.
-    if(name MATCHES "^std::")
+    if(name MATCHES "^(std::|typeinfo for std::|typeinfo name for std::|vtable for std::)")
         continue()
     endif()
     set(ok FALSE)
