@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// A real form for the binding and profile tests: one widget of every kind, each with a hint label.
+#ifndef QZGUI_TESTS_FORM_FIXTURE_H
+#define QZGUI_TESTS_FORM_FIXTURE_H
+
+#include "qzgui/ui_controller.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateTimeEdit>
+#include <QDoubleSpinBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QSpinBox>
+#include <QStyle>
+#include <QStyleOptionButton>
+#include <QtTest>
+
+#include <memory>
+
+namespace qz::test {
+
+/// Parameter ids of the form's widgets.
+enum form_id : uint32_t {
+    id_check = 1,
+    id_line = 2,
+    id_spin = 3,
+    id_double = 4,
+    id_combo = 5,
+    id_label = 6,
+    id_progress = 7,
+    id_datetime = 8,
+    id_inert = 9
+};
+
+/// A shown window with one widget of each kind and a hint label beside each.
+struct form {
+    QWidget window;
+    QCheckBox* check = new QCheckBox(QStringLiteral("enabled"));
+    QLineEdit* line = new QLineEdit;
+    QSpinBox* spin = new QSpinBox;
+    QDoubleSpinBox* dspin = new QDoubleSpinBox;
+    QComboBox* combo = new QComboBox;
+    QLabel* label = new QLabel;
+    QProgressBar* progress = new QProgressBar;
+    QDateTimeEdit* datetime = new QDateTimeEdit;
+    QWidget* inert_widget = new QWidget;
+    QMap<uint32_t, QPair<gui::widget_type_e, QObject*>> widgets;
+    QMap<uint32_t, QWidget*> hints;
+
+    form()
+    {
+        spin->setRange(0, 100);
+        dspin->setRange(0, 100);
+        combo->addItem(QStringLiteral("zero"), 0u);
+        combo->addItem(QStringLiteral("one"), 1u);
+        combo->addItem(QStringLiteral("two"), 2u);
+        datetime->setDateTime(QDateTime(QDate(2024, 3, 2), QTime(14, 3, 7)));
+        auto* layout = new QFormLayout(&window);
+        const QList<QPair<uint32_t, QPair<gui::widget_type_e, QWidget*>>> rows = {
+            {id_check, {gui::checkbox, check}},      {id_line, {gui::lineedit, line}},
+            {id_spin, {gui::spinbox, spin}},         {id_double, {gui::doublespinbox, dspin}},
+            {id_combo, {gui::combobox, combo}},      {id_label, {gui::label, label}},
+            {id_progress, {gui::progressbar, progress}}, {id_datetime, {gui::datetimeedit, datetime}},
+            {id_inert, {gui::inert, inert_widget}}};
+        for (const auto& row : rows) {
+            auto* hint = new QLabel(QStringLiteral("parameter %1").arg(row.first));
+            layout->addRow(hint, row.second.second);
+            widgets.insert(row.first, {row.second.first, row.second.second});
+            hints.insert(row.first, hint);
+        }
+    }
+
+    /// Shows the window; call from a test function.
+    void show()
+    {
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+    }
+
+    QLabel* hint(uint32_t id) const { return static_cast<QLabel*>(hints.value(id)); }
+
+    /// Clicks the check box on its indicator, where a user clicks.
+    void click_check() const
+    {
+        QStyleOptionButton option;
+        option.initFrom(check);
+        const QRect indicator = check->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, check);
+        QTest::mouseClick(check, Qt::LeftButton, Qt::NoModifier, indicator.center());
+    }
+};
+
+} // namespace qz::test
+
+#endif
