@@ -95,10 +95,24 @@ void ui_controller::_connect_signals()
     }
 }
 
+const ui_controller::binding_t* ui_controller::_binding(uint32_t id)
+{
+    // A QMap lookup chases a dozen scattered nodes in a large form; the index is flat.
+    if (!_widgets->isSharedWith(_indexed_widgets)) {
+        _indexed_widgets = *_widgets;
+        _widget_index.clear();
+        _widget_index.reserve(_indexed_widgets.size());
+        for (auto it = _indexed_widgets.cbegin(); it != _indexed_widgets.cend(); ++it)
+            _widget_index.insert(it.key(), it.value());
+    }
+    const auto it = _widget_index.constFind(id);
+    return it == _widget_index.constEnd() ? nullptr : &*it;
+}
+
 void ui_controller::set_data(uint32_t id, const QVariant& value)
 {
-    const auto it = _widgets->constFind(id);
-    if (it == _widgets->constEnd())
+    const binding_t* it = _binding(id);
+    if (!it)
         return;
     // The object is taken as the class its kind names; the caller vouches for that.
     QObject* object = it->second;
@@ -173,8 +187,8 @@ void ui_controller::clear_changed_parameters()
 void ui_controller::collect_changed_params(QVector<QPair<uint32_t, QVariant>>& out)
 {
     for (const uint32_t id : qAsConst(_changed)) {
-        const auto it = _widgets->constFind(id);
-        if (it == _widgets->constEnd())
+        const binding_t* it = _binding(id);
+        if (!it)
             continue;
         QObject* object = it->second;
         QVariant value;
