@@ -1,0 +1,379 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "console_window.h"
+
+#include "device_parameters.h"
+#include "settings_dialog.h"
+
+#include "simulator/simulated_module.h"
+#include "simulator/simulated_worker.h"
+
+#include <qzgui/HexSpinBox.h>
+#include <qzgui/log_controller.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateTimeEdit>
+#include <QDoubleSpinBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStatusBar>
+
+#include <chrono>
+
+namespace device_console {
+
+using qz::gui::log_item;
+using qz::gui::sat_worker;
+using namespace std::chrono_literals;
+
+namespace {
+
+// Combo box choices: display text and the value the device uses.
+QVector<QPair<QString, QVariant>> modes(bool extended)
+{
+    QVector<QPair<QString, QVariant>> items = {
+        {QStringLiteral("Idle"), 0u}, {QStringLiteral("Receive"), 1u}, {QStringLiteral("Transmit"), 2u}};
+    if (extended)
+        items.append({QStringLiteral("Beacon"), 3u});
+    return items;
+}
+
+} // namespace
+
+console_window::console_window(qz::sim::simulated_module& module, QWidget* parent)
+    : QMainWindow(parent), _module(module), _worker(new qz::sim::simulated_worker(nullptr, &module))
+{
+    setWindowTitle(tr("Device console"));
+    // The log comes first, so that everything from here on can be logged. It reads its directory
+    // from the settings now, once.
+    _log_list = new QListWidget;
+    _log_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    _log = std::make_unique<qz::gui::log_controller>(this, QStringLiteral("device_console"), _log_list);
+
+    auto* central = new QWidget;
+    auto* layout = new QVBoxLayout(central);
+    auto* top = new QHBoxLayout;
+    top->addWidget(_build_form(), 3);
+    top->addWidget(_build_controls(), 1);
+    layout->addLayout(top);
+    layout->addWidget(_log_list, 1);
+    setCentralWidget(central);
+    _status = new QLabel;
+    statusBar()->addWidget(_status);
+    _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(sat_worker::state_disconnected)));
+
+    _form = std::make_unique<qz::gui::ui_controller>(&_widgets, &_hints);
+    _build_profiles();
+    _build_menus();
+
+    _worker->moveToThread(&_worker_thread);
+    _connect_worker();
+    _worker_thread.start();
+    select_profile(0);
+    resize(960, 720);
+}
+
+console_window::~console_window()
+{
+    _worker->stop();
+    _worker_thread.quit();
+    _worker_thread.wait();
+    delete _worker;
+}
+
+QWidget* console_window::_build_form()
+{
+    auto* box = new QGroupBox(tr("Parameters"));
+    auto* layout = new QFormLayout(box);
+    for (const parameter_t& p : parameters()) {
+        QWidget* field = nullptr;
+        qz::gui::widget_type_e kind = qz::gui::inert;
+        switch (p.id) {
+        case id_output:
+            field = _output = new QCheckBox(tr("on"));
+            kind = qz::gui::checkbox;
+            break;
+        case id_name:
+            field = _name = new QLineEdit;
+            kind = qz::gui::lineedit;
+            break;
+        case id_gain:
+            field = _gain = new QSpinBox;
+            kind = qz::gui::spinbox;
+            break;
+        case id_frequency: {
+            auto* frequency = new QDoubleSpinBox;
+            _frequency_unit = new QLabel;
+            auto* row = new QWidget;
+            auto* row_layout = new QHBoxLayout(row);
+            row_layout->setContentsMargins(0, 0, 0, 0);
+            row_layout->addWidget(frequency, 1);
+            row_layout->addWidget(_frequency_unit);
+            _widgets.insert(p.id, {qz::gui::doublespinbox, frequency});
+            auto* hint = new QLabel(p.name);
+            _hints.insert(p.id, hint);
+            layout->addRow(hint, row);
+            continue;
+        }
+        case id_mode:
+            field = new QComboBox;
+            kind = qz::gui::combobox;
+            break;
+        case id_firmware:
+            field = new QLabel;
+            kind = qz::gui::label;
+            break;
+        case id_level:
+            field = new QProgressBar;
+            kind = qz::gui::progressbar;
+            break;
+        case id_clock: {
+            auto* clock = new QDateTimeEdit;
+            clock->setDisplayFormat(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+            field = clock;
+            kind = qz::gui::datetimeedit;
+            break;
+        }
+        case id_address:
+            field = _address = new qz::gui::HexSpinBox(true);
+            kind = qz::gui::spinbox; // a HexSpinBox is a QSpinBox
+            break;
+        case id_mask:
+            field = _mask = new qz::gui::HexSpinBox(false);
+            kind = qz::gui::spinbox;
+            break;
+        }
+        // The row's label carries the parameter's hints: underlined when changed, red on error.
+        auto* hint = new QLabel(p.name);
+        _widgets.insert(p.id, {kind, field});
+        _hints.insert(p.id, hint);
+        layout->addRow(hint, field);
+    }
+    return box;
+}
+
+QWidget* console_window::_build_controls()
+{
+    auto* box = new QGroupBox(tr("Device"));
+    auto* layout = new QVBoxLayout(box);
+    _read = new QPushButton(tr("Read"));
+    _write = new QPushButton(tr("Write"));
+    _discard = new QPushButton(tr("Discard"));
+    _stop = new QPushButton(tr("Stop"));
+    _stop->setEnabled(false);
+    for (QPushButton* button : {_read, _write, _discard, _stop})
+        layout->addWidget(button);
+    connect(_read, &QPushButton::clicked, this, &console_window::read_all);
+    connect(_write, &QPushButton::clicked, this, &console_window::write_changes);
+    connect(_discard, &QPushButton::clicked, this, &console_window::discard_changes);
+    connect(_stop, &QPushButton::clicked, this, &console_window::stop);
+
+    layout->addSpacing(12);
+    layout->addWidget(new QLabel(tr("Profile")));
+    _profile = new QComboBox;
+    _profile->addItems({tr("Standard"), tr("Extended band")});
+    connect(_profile, qOverload<int>(&QComboBox::activated), this, &console_window::select_profile);
+    layout->addWidget(_profile);
+
+    auto* verbose = new QCheckBox(tr("Verbose log"));
+    connect(verbose, &QCheckBox::toggled, this, [this](bool on) {
+        _log->set_is_verbose(on);
+        _texts.set_verbose_level(on ? 10 : 0);
+    });
+    verbose->setChecked(true);
+    layout->addWidget(verbose);
+    layout->addStretch(1);
+    return box;
+}
+
+void console_window::_build_menus()
+{
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("&Settings..."), this, [this] { settings_dialog(this).exec(); });
+    file->addSeparator();
+    file->addAction(tr("&Quit"), this, &QWidget::close);
+
+    QMenu* device = menuBar()->addMenu(tr("&Device"));
+    const auto toggle = [&](const QString& text, void (console_window::*set)(bool)) {
+        QAction* action = device->addAction(text);
+        action->setCheckable(true);
+        connect(action, &QAction::toggled, this, set);
+    };
+    toggle(tr("Unplugged (no device at the port)"), &console_window::set_unplugged);
+    toggle(tr("Pipe-mode transport"), &console_window::set_pipe_mode);
+    toggle(tr("CRC error on gain"), &console_window::set_crc_error_on_gain);
+    toggle(tr("Slow device"), &console_window::set_slow_device);
+}
+
+void console_window::_build_profiles()
+{
+    using namespace qz::gui;
+    auto* frequency = static_cast<QWidget*>(_widgets.value(id_frequency).second);
+    auto* mode = static_cast<QWidget*>(_widgets.value(id_mode).second);
+    _profiles.register_profile(
+        0, {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 30, 1)},
+            {frequency, std::make_shared<widget_profile_doublespinbox_t>(true, 430.0, 440.0, 0.01, 2, keep_value)},
+            {mode, std::make_shared<widget_profile_combobox_t>(true, modes(false))},
+            {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz"))},
+            {_address, std::make_shared<widget_profile_spinbox_t>(false, 0, 0xFF, 1)}});
+    _profiles.register_profile(
+        1, {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 60, 2)},
+            {frequency, std::make_shared<widget_profile_doublespinbox_t>(true, 400.0, 470.0, 0.001, 3, keep_value)},
+            {mode, std::make_shared<widget_profile_combobox_t>(true, modes(true))},
+            {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz (extended)"))},
+            {_address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
+}
+
+void console_window::_connect_worker()
+{
+    // Report signals come from the worker's thread and arrive here queued.
+    connect(_worker, &sat_worker::on_operation_control, this, &console_window::_on_operation);
+    connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
+        const QString& state = _texts.get_connection_state_string(cs);
+        _status->setText(tr("Device: %1").arg(state));
+        _log->log(log_item::INFO, QStringLiteral("connection: ") + state);
+    });
+    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
+        _log->log(log_item::ERROR, QStringLiteral("connection error: ") + _texts.get_error_descriptor_string(err));
+    });
+    connect(_worker, &sat_worker::on_operation_error, this,
+            [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
+                _log->log(log_item::ERROR, _texts.get_operation_error_string(op) + QStringLiteral(": ")
+                                               + _texts.get_error_descriptor_string(err));
+            });
+    connect(_worker, &sat_worker::on_get_param, this, &console_window::_on_value);
+    connect(_worker, &sat_worker::on_get_param_request_error, this,
+            [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
+    connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
+        _log->log(log_item::QZTTC, QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
+        _last_read.insert(id, value);
+        _form->remove_changed_parameter(id);
+        _form->set_hint_for_changed_value(id, false, QString());
+    });
+    connect(_worker, &sat_worker::on_set_param_request_error, this,
+            [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
+}
+
+void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
+{
+    _log->log(log_item::INFO, _texts.get_operation_type_string(op, status));
+    const bool begins = status == sat_worker::status_begin;
+    _set_busy(begins);
+    if (begins && op == sat_worker::op_read) {
+        // Fresh values replace what the user had changed.
+        _form->clear_changed_parameters();
+        _form->clear_hints();
+    }
+    if (!begins)
+        emit operation_finished();
+}
+
+void console_window::_on_value(uint32_t id, const QVariant& value)
+{
+    _log->log(log_item::QZTTC, QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
+    _last_read.insert(id, value);
+    _form->set_loading_data(true);
+    _form->set_data(id, value);
+    _form->set_loading_data(false);
+}
+
+void console_window::_on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err)
+{
+    const QString text = _texts.get_error_descriptor_string(err);
+    _log->log(log_item::ERROR, QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
+    _form->set_hint_for_error(id, true, text);
+}
+
+void console_window::_set_busy(bool busy)
+{
+    _read->setEnabled(!busy);
+    _write->setEnabled(!busy);
+    _discard->setEnabled(!busy);
+    _stop->setEnabled(busy);
+}
+
+void console_window::read_all()
+{
+    _apply_faults();
+    QVector<uint32_t> ids;
+    for (const parameter_t& p : parameters())
+        ids.append(p.id);
+    emit _worker->get_params(ids);
+}
+
+void console_window::write_changes()
+{
+    QVector<QPair<uint32_t, QVariant>> changes;
+    _form->collect_changed_params(changes);
+    if (changes.isEmpty()) {
+        _log->log(log_item::WARN, QStringLiteral("nothing to write: no field was changed"));
+        return;
+    }
+    _apply_faults();
+    emit _worker->set_params(changes);
+}
+
+void console_window::discard_changes()
+{
+    _form->discard_changes(_last_read);
+}
+
+void console_window::stop()
+{
+    _log->log(log_item::WARN, QStringLiteral("stop requested"));
+    _worker->stop();
+}
+
+void console_window::select_profile(int index)
+{
+    _profile->setCurrentIndex(index);
+    // Reconfiguring is not an edit: the form is told it is loading meanwhile.
+    _form->set_loading_data(true);
+    _profiles.set_active_profile(uint32_t(index));
+    _form->set_loading_data(false);
+    _log->log(log_item::INFO, QStringLiteral("profile: ") + _profile->itemText(index));
+}
+
+void console_window::set_unplugged(bool on)
+{
+    _unplugged = on;
+}
+
+void console_window::set_pipe_mode(bool on)
+{
+    _module.set_mode(on ? 2 : 0);
+}
+
+void console_window::set_crc_error_on_gain(bool on)
+{
+    _crc_on_gain = on;
+}
+
+void console_window::set_slow_device(bool on)
+{
+    _module.set_connect_latency(on ? 300ms : 0ms);
+    _module.set_read_latency(on ? 400ms : 0ms);
+    _module.set_write_latency(on ? 400ms : 0ms);
+}
+
+void console_window::_apply_faults()
+{
+    using qz::api::proto::media_exception;
+    using qz::api::proto::proto_exception;
+    _module.clear_faults();
+    if (_unplugged)
+        _module.fail_next_connect(
+            qz::sim::fault_t::media(media_exception::no_device, "no answer at the configured port"));
+    if (_crc_on_gain)
+        _module.fail_read(id_gain, qz::sim::fault_t::proto(proto_exception::crc_error, "checksum mismatch"),
+                          qz::sim::simulated_module::always);
+}
+
+} // namespace device_console
