@@ -4,7 +4,7 @@
 # Usage: scripts/setup-debian.sh [extra-package...]
 set -euo pipefail
 
-packages=(cmake make g++ qtbase5-dev qtbase5-dev-tools qttools5-dev qttools5-dev-tools xvfb xauth "$@")
+packages=(cmake make g++ qtbase5-dev qtbase5-dev-tools qttools5-dev qttools5-dev-tools xvfb xauth pkgconf doxygen clang-format "$@")
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
