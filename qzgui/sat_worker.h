@@ -93,15 +93,15 @@ public:
     /// The kind of an operation. The worker itself runs op_read and op_write; the others are
     /// for concrete workers. The numbers key the message catalogue.
     enum operation_type_e {
-        op_read = 0,
-        op_write = 1,
-        op_reset = 2,
-        op_flash = 3,
-        op_upload = 4,
-        op_download = 5,
+        op_read = 0,       ///< a read sweep, "READ"
+        op_write = 1,      ///< a write sweep, "WRITE"
+        op_reset = 2,      ///< "RESET"
+        op_flash = 3,      ///< "FLASH"
+        op_upload = 4,     ///< "UPLOAD"
+        op_download = 5,   ///< "DOWNLOAD"
         op_reserved_6 = 6, ///< skipped on purpose; has no text
-        op_erase = 7,
-        op_dir = 8
+        op_erase = 7,      ///< "ERASE"
+        op_dir = 8         ///< "DIR"
     };
 
     /**

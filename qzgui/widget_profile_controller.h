@@ -41,7 +41,12 @@ protected:
 
 /// A spin box profile: range and step; the value is kept as far as the range allows.
 struct QZGUI_EXPORT widget_profile_spinbox_t : widget_profile_t {
-    /// @param enabled whether the box is enabled afterwards
+    /**
+     * @param enabled whether the box is enabled afterwards
+     * @param minimum the lowest value
+     * @param maximum the highest value
+     * @param step the single step
+     */
     widget_profile_spinbox_t(bool enabled, int minimum, int maximum, int step);
     int32_t minimum; ///< lowest value
     int32_t maximum; ///< highest value
@@ -50,7 +55,14 @@ struct QZGUI_EXPORT widget_profile_spinbox_t : widget_profile_t {
 
 /// A double spin box profile: range, step, decimals and what happens to the value.
 struct QZGUI_EXPORT widget_profile_doublespinbox_t : widget_profile_t {
-    /// @param enabled whether the box is enabled afterwards
+    /**
+     * @param enabled whether the box is enabled afterwards
+     * @param minimum the lowest value
+     * @param maximum the highest value
+     * @param step the single step
+     * @param decimals the decimals shown
+     * @param policy what the value becomes once the range is set
+     */
     widget_profile_doublespinbox_t(bool enabled, double minimum, double maximum, double step,
                                    int decimals, value_policy_e policy);
     double minimum;        ///< lowest value
@@ -62,7 +74,10 @@ struct QZGUI_EXPORT widget_profile_doublespinbox_t : widget_profile_t {
 
 /// A label profile: its text.
 struct QZGUI_EXPORT widget_profile_label_t : widget_profile_t {
-    /// @param enabled whether the label is enabled afterwards
+    /**
+     * @param enabled whether the label is enabled afterwards
+     * @param text the label's text
+     */
     widget_profile_label_t(bool enabled, const QString& text);
     QString text; ///< the label's text
 };
@@ -82,7 +97,9 @@ struct QZGUI_EXPORT widget_profile_combobox_t : widget_profile_t {
  */
 class QZGUI_EXPORT widget_profile_handler {
 public:
+    /// Creates the handler; handlers hold no state.
     widget_profile_handler();
+    /// Destroys the handler.
     virtual ~widget_profile_handler();
     /// Enables or disables @p widget as @p profile says.
     virtual void apply_profile(QWidget* widget, const widget_profile_t& profile);
@@ -91,7 +108,9 @@ public:
 /// Applies a widget_profile_spinbox_t to a QSpinBox.
 class QZGUI_EXPORT widget_profile_handler_spinbox : public widget_profile_handler {
 public:
+    /// Creates the handler.
     widget_profile_handler_spinbox();
+    /// Destroys the handler.
     ~widget_profile_handler_spinbox() override;
     /// Sets minimum, maximum and step, puts the earlier value back (clamped), then the enabled state.
     void apply_profile(QWidget* widget, const widget_profile_t& profile) override;
@@ -100,7 +119,9 @@ public:
 /// Applies a widget_profile_doublespinbox_t to a QDoubleSpinBox.
 class QZGUI_EXPORT widget_profile_handler_doublespinbox : public widget_profile_handler {
 public:
+    /// Creates the handler.
     widget_profile_handler_doublespinbox();
+    /// Destroys the handler.
     ~widget_profile_handler_doublespinbox() override;
     /// Sets minimum, maximum, step and decimals, the value by the policy, then the enabled state.
     void apply_profile(QWidget* widget, const widget_profile_t& profile) override;
@@ -109,7 +130,9 @@ public:
 /// Applies a widget_profile_combobox_t to a QComboBox.
 class QZGUI_EXPORT widget_profile_handler_combobox : public widget_profile_handler {
 public:
+    /// Creates the handler.
     widget_profile_handler_combobox();
+    /// Destroys the handler.
     ~widget_profile_handler_combobox() override;
     /// Refills the items, selects the item with the earlier item's data if there is one, then
     /// sets the enabled state.
@@ -119,7 +142,9 @@ public:
 /// Applies a widget_profile_label_t to a QLabel.
 class QZGUI_EXPORT widget_profile_handler_label : public widget_profile_handler {
 public:
+    /// Creates the handler.
     widget_profile_handler_label();
+    /// Destroys the handler.
     ~widget_profile_handler_label() override;
     /// Sets the text, then the enabled state.
     void apply_profile(QWidget* widget, const widget_profile_t& profile) override;
@@ -151,10 +176,12 @@ class QZGUI_EXPORT widget_profile_controller {
 public:
     /// Creates the controller with its four handlers and no profiles.
     widget_profile_controller();
+    /// Releases the handlers and the controller's share of the records; widgets are untouched.
     ~widget_profile_controller();
 
     /**
      * Stores @p widgets under @p profile_id, replacing an earlier list of that id whole.
+     * @param profile_id the id set_active_profile() takes
      * @param widgets (widget, record) pairs in the order they are applied; widgets are not owned,
      *        records are shared
      */

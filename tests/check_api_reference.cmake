@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: BSD-3-Clause
+# cmake -P script: runs Doxygen and fails on any warning it writes to its log.
+get_filename_component(dir "${DOXYFILE}" DIRECTORY)
+file(REMOVE "${LOG}")
+execute_process(COMMAND "${DOXYGEN}" "${DOXYFILE}" WORKING_DIRECTORY "${dir}" RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "doxygen failed")
+endif()
+file(READ "${LOG}" warnings)
+if(NOT warnings STREQUAL "")
+    message(FATAL_ERROR "the API reference has warnings:\n${warnings}")
+endif()
+if(NOT EXISTS "${dir}/html/index.html")
+    message(FATAL_ERROR "no html/index.html")
+endif()
