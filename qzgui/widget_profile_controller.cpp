@@ -140,7 +140,8 @@ void widget_profile_controller::set_active_profile(uint32_t profile_id)
     assert(_profiles.contains(profile_id));
     for (const auto& pair : _profiles[profile_id]) {
         const widget_profile_t* wp = pair.second.get();
-        // clang-format off: the report spells the expression with this inner blank.
+        // The report spells the expression with this inner blank.
+        // clang-format off
         assert(_handlers.contains( wp->type));
         // clang-format on
         _handlers[wp->type]->apply_profile(pair.first, *wp);
