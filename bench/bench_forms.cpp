@@ -53,7 +53,8 @@ struct bench_form {
     QStandardItemModel model;
     QDataWidgetMapper mapper;
 
-    explicit bench_form(int count) : model(1, count)
+    explicit bench_form(int count)
+        : model(1, count)
     {
         QVector<QPair<QWidget*, std::shared_ptr<widget_profile_t>>> narrow;
         QVector<QPair<QWidget*, std::shared_ptr<widget_profile_t>>> wide;
@@ -72,8 +73,12 @@ struct bench_form {
                 wide.append({widget, std::make_shared<widget_profile_spinbox_t>(true, -1000, 1000, 10)});
                 break;
             case doublespinbox:
-                narrow.append({widget, std::make_shared<widget_profile_doublespinbox_t>(true, 0, 10, 0.1, 1, keep_value)});
-                wide.append({widget, std::make_shared<widget_profile_doublespinbox_t>(true, 0, 1000, 1, 3, set_minimum)});
+                narrow.append(
+                    {widget,
+                     std::make_shared<widget_profile_doublespinbox_t>(true, 0, 10, 0.1, 1, keep_value)});
+                wide.append(
+                    {widget,
+                     std::make_shared<widget_profile_doublespinbox_t>(true, 0, 1000, 1, 3, set_minimum)});
                 break;
             case combobox:
                 narrow.append({widget, std::make_shared<widget_profile_combobox_t>(true, items(3))});
@@ -246,11 +251,12 @@ void run_once(int count, int run, figures& f)
     // Collecting leaves the form as it is: repeated for a figure above the timer's noise.
     constexpr int collects = 20;
     f.collect.push_back(seconds([&] {
-        for (int i = 0; i < collects; ++i) {
-            QVector<QPair<uint32_t, QVariant>> changes;
-            form.controller->collect_changed_params(changes);
-        }
-    }) / collects);
+                            for (int i = 0; i < collects; ++i) {
+                                QVector<QPair<uint32_t, QVariant>> changes;
+                                form.controller->collect_changed_params(changes);
+                            }
+                        })
+                        / collects);
     f.discard.push_back(seconds([&] { form.controller->discard_changes(form.values); }));
     f.profiles.push_back(seconds([&] {
         form.controller->set_loading_data(true);

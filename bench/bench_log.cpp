@@ -80,8 +80,9 @@ void bench_log_calls(const QTemporaryDir& dir)
     }
     const double b = qz::bench::median(baseline);
     const double l = qz::bench::median(logged);
-    std::printf("a. log() with a list: %.2f us per call; baseline %.2f us per line; ratio %.2f (target <= 1.5)\n",
-                l / calls * 1e6, b / calls * 1e6, l / b);
+    std::printf(
+        "a. log() with a list: %.2f us per call; baseline %.2f us per line; ratio %.2f (target <= 1.5)\n",
+        l / calls * 1e6, b / calls * 1e6, l / b);
 }
 
 double time_burst_batch(int burst, bool* as_described)
@@ -100,8 +101,8 @@ double time_burst_batch(int burst, bool* as_described)
     QCoreApplication::processEvents();
     const double seconds = timer.nsecsElapsed() / 1e9;
     *as_described = list.count() == 200 && list.currentRow() == 199
-                 && list.item(199)->text().endsWith(message(burst - 1))
-                 && list.item(0)->text().endsWith(message(burst - 200));
+        && list.item(199)->text().endsWith(message(burst - 1))
+        && list.item(0)->text().endsWith(message(burst - 200));
     return seconds;
 }
 

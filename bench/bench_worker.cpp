@@ -82,8 +82,8 @@ private:
 
 class cache_worker : public simulated_worker {
 public:
-    using simulated_worker::simulated_worker;
     using sat_worker::_cache_parameter_and_emit_signal;
+    using simulated_worker::simulated_worker;
 };
 
 double time_sweep(sat_worker& worker, receiver& r, const QVector<uint32_t>& ids)
@@ -101,7 +101,8 @@ double time_baseline(baseline_sender& sender, receiver& r, uint32_t count)
     r.reset(count);
     QElapsedTimer timer;
     timer.start();
-    QMetaObject::invokeMethod(&sender, [&sender, count] { sender.send(count); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &sender, [&sender, count] { sender.send(count); }, Qt::QueuedConnection);
     r.loop.exec();
     return timer.nsecsElapsed() / 1e9;
 }

@@ -108,8 +108,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         check(box.valueFromText(shown) == value, "shown value reads back differently", input, output);
         QString display = QStringLiteral("0x") + shown;
         int display_pos = display.size();
-        check(box.validate(display, display_pos) == QValidator::Acceptable,
-              "shown value not acceptable", input, output);
+        check(box.validate(display, display_pos) == QValidator::Acceptable, "shown value not acceptable",
+              input, output);
     }
     return 0;
 }

@@ -4,9 +4,9 @@
 namespace qz::api::proto {
 
 error_descriptor::error_descriptor()
-    : media_type(media_exception::no_error), proto_type(proto_exception::no_error)
-{
-}
+    : media_type(media_exception::no_error)
+    , proto_type(proto_exception::no_error)
+{}
 
 error_descriptor::error_descriptor(const media_exception* media, const proto_exception* proto,
                                    const std::exception* other)
@@ -18,7 +18,7 @@ error_descriptor::error_descriptor(const media_exception* media, const proto_exc
         proto_type = proto->get_type();
 
     const std::exception* source = media ? static_cast<const std::exception*>(media)
-                                 : proto ? static_cast<const std::exception*>(proto)
+        : proto                          ? static_cast<const std::exception*>(proto)
                                          : other;
     if (source)
         message = QString::fromUtf8(source->what());

@@ -2,8 +2,8 @@
 #ifndef QZ_MODULE_API_ERROR_DESCRIPTOR_H
 #define QZ_MODULE_API_ERROR_DESCRIPTOR_H
 
-#include "module_api/module_api_export.h"
 #include "module_api/media_exception.h"
+#include "module_api/module_api_export.h"
 #include "module_api/proto_exception.h"
 
 #include <QMetaType>
@@ -27,8 +27,7 @@ public:
      * failure is taken from it, the other kind stays 0. With no object at all the descriptor
      * stays empty; should several be given, the message comes from the first in argument order.
      */
-    error_descriptor(const media_exception* media, const proto_exception* proto,
-                     const std::exception* other);
+    error_descriptor(const media_exception* media, const proto_exception* proto, const std::exception* other);
 
     QString message; ///< what() of the failure, decoded as UTF-8 (possibly empty)
     QString details; ///< carried along, never read by qzgui

@@ -6,9 +6,9 @@
 namespace qz::api::proto {
 
 media_exception::media_exception(exception_type_e type, std::string message)
-    : _type(type), _message(std::move(message))
-{
-}
+    : _type(type)
+    , _message(std::move(message))
+{}
 
 media_exception::exception_type_e media_exception::get_type() const
 {

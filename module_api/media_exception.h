@@ -17,14 +17,14 @@ class QZ_MODULE_API_EXPORT media_exception : public std::exception {
 public:
     /// The kinds of transport failure.
     enum exception_type_e : int32_t {
-        no_error = 0,      ///< no failure
-        no_device = 1,     ///< no device answers at the port and address
-        not_open = 2,      ///< the transport is not open
-        open_failed = 3,   ///< opening the transport failed
-        read_failed = 4,   ///< reading from the transport failed
-        write_failed = 5,  ///< writing to the transport failed
-        stopped = 6,       ///< the exchange was aborted
-        general_error = 7  ///< any other transport failure
+        no_error = 0,     ///< no failure
+        no_device = 1,    ///< no device answers at the port and address
+        not_open = 2,     ///< the transport is not open
+        open_failed = 3,  ///< opening the transport failed
+        read_failed = 4,  ///< reading from the transport failed
+        write_failed = 5, ///< writing to the transport failed
+        stopped = 6,      ///< the exchange was aborted
+        general_error = 7 ///< any other transport failure
     };
 
     /**

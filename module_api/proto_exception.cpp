@@ -4,9 +4,9 @@
 namespace qz::api::proto {
 
 proto_exception::proto_exception(exception_type_e type, const std::string& message)
-    : std::runtime_error(message), _type(type)
-{
-}
+    : std::runtime_error(message)
+    , _type(type)
+{}
 
 proto_exception::~proto_exception() = default;
 

@@ -11,7 +11,8 @@ constexpr uint max_16_bit = 0xFFFF;
 } // namespace
 
 HexSpinBox::HexSpinBox(bool is16Bit, QWidget* parent)
-    : QSpinBox(parent), is16Bit(is16Bit)
+    : QSpinBox(parent)
+    , is16Bit(is16Bit)
 {
     setPrefix(hex_prefix);
     setDisplayIntegerBase(16);

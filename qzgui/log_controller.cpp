@@ -20,7 +20,9 @@ constexpr int batch_interval_ms = 800;
 } // namespace
 
 log_controller::log_controller(QWidget* parent, const QString& log_prefix, QListWidget* list)
-    : QObject(parent), _log_prefix(log_prefix), _list_widget(list)
+    : QObject(parent)
+    , _log_prefix(log_prefix)
+    , _list_widget(list)
 {
     // Its lines are queued for the list like any others; with a list, the timer the first of them
     // started is restarted below with the batch interval.
@@ -95,8 +97,7 @@ void log_controller::_gen_log_file()
     }
     _log_prefix += QLatin1Char('-');
     _log_file_name = settings.value(log_location_key).toString() + QDir::separator() + _log_prefix
-                   + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"))
-                   + QStringLiteral(".log");
+        + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")) + QStringLiteral(".log");
     const QString announcement = QStringLiteral("Starting log at: ") + _log_file_name;
     log(log_item::INFO, announcement);
     log(log_item::INFO, QString(announcement.size(), QLatin1Char('-')));

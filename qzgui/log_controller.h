@@ -2,8 +2,8 @@
 #ifndef QZGUI_LOG_CONTROLLER_H
 #define QZGUI_LOG_CONTROLLER_H
 
-#include "qzgui/qzgui_export.h"
 #include "qzgui/log_item.h"
+#include "qzgui/qzgui_export.h"
 
 #include <QObject>
 #include <QString>

@@ -27,20 +27,20 @@ const QMap<log_item::log_level_e, QString>& level_labels()
 
 } // namespace
 
-log_item::log_item() : log_item(INFO, QString(), local_now()) {}
+log_item::log_item()
+    : log_item(INFO, QString(), local_now())
+{}
 
 log_item::log_item(log_level_e level, const QString& message, const QDateTime& date)
     : _log_level(level)
     , _message(new QString(message))
     , _date(new QDateTime(date))
     , _level_labels(new QMap<log_level_e, QString>(level_labels()))
-{
-}
+{}
 
 log_item::log_item(const log_item& other)
     : log_item(other._log_level, *other._message, *other._date)
-{
-}
+{}
 
 log_item::~log_item()
 {

@@ -9,7 +9,8 @@
 
 namespace qz::gui {
 
-log_menu_controller::log_menu_controller(QListWidget* list) : _list_widget(list)
+log_menu_controller::log_menu_controller(QListWidget* list)
+    : _list_widget(list)
 {
     _list_widget->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(_list_widget, &QWidget::customContextMenuRequested, this,

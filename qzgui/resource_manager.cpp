@@ -6,51 +6,40 @@
 namespace qz::gui {
 
 resource_manager::resource_manager()
-    : _media_exception_strings{
-          {0, QObject::tr("no error")},
-          {1, QObject::tr("please check com port and device address")},
-          {2, QObject::tr("media not open")},
-          {3, QObject::tr("error while opening media")},
-          {4, QObject::tr("error while reading data")},
-          {5, QObject::tr("error while writing data")},
-          {6, QObject::tr("stopped")},
-          {7, QObject::tr("general error")}}
-    , _proto_exception_strings{
-          {0, QObject::tr("no error")},
-          {1, QObject::tr("general error")},
-          {2, QObject::tr("please check com port and device address")},
-          {3, QObject::tr("command response error")},
-          {4, QObject::tr("invalid result value in response")},
-          {5, QObject::tr("parameter error")},
-          {6, QObject::tr("CRC error")},
-          {7, QObject::tr("PIPE error")},
-          {8, QObject::tr("AX25 error")},
-          {9, QObject::tr("another command is in progress")}}
+    : _media_exception_strings{{0, QObject::tr("no error")},
+                               {1, QObject::tr("please check com port and device address")},
+                               {2, QObject::tr("media not open")},
+                               {3, QObject::tr("error while opening media")},
+                               {4, QObject::tr("error while reading data")},
+                               {5, QObject::tr("error while writing data")},
+                               {6, QObject::tr("stopped")},
+                               {7, QObject::tr("general error")}}
+    , _proto_exception_strings{{0, QObject::tr("no error")},
+                               {1, QObject::tr("general error")},
+                               {2, QObject::tr("please check com port and device address")},
+                               {3, QObject::tr("command response error")},
+                               {4, QObject::tr("invalid result value in response")},
+                               {5, QObject::tr("parameter error")},
+                               {6, QObject::tr("CRC error")},
+                               {7, QObject::tr("PIPE error")},
+                               {8, QObject::tr("AX25 error")},
+                               {9, QObject::tr("another command is in progress")}}
     // Connection states are shown as they stand, untranslated.
-    , _connection_state_strings{
-          {0, QStringLiteral("connecting")},
-          {1, QStringLiteral("connected")},
-          {2, QStringLiteral("disconnected")},
-          {3, QStringLiteral("pipe drain")},
-          {4, QStringLiteral("error occured")}}
-    // Key 6 has no name on purpose.
-    , _operation_type_strings{
-          {0, QObject::tr("READ")},
-          {1, QObject::tr("WRITE")},
-          {2, QObject::tr("RESET")},
-          {3, QObject::tr("FLASH")},
-          {4, QObject::tr("UPLOAD")},
-          {5, QObject::tr("DOWNLOAD")},
-          {7, QObject::tr("ERASE")},
-          {8, QObject::tr("DIR")}}
-    , _operation_status_strings{
-          {0, QObject::tr("begin of %1 operation")},
-          {1, QObject::tr("end of %1 operation")},
-          {2, QObject::tr("error while performing %1 operation")}}
+    , _connection_state_strings{{0, QStringLiteral("connecting")},
+                                {1, QStringLiteral("connected")},
+                                {2, QStringLiteral("disconnected")},
+                                {3, QStringLiteral("pipe drain")},
+                                {4, QStringLiteral("error occured")}} // Key 6 has no name on purpose.
+    , _operation_type_strings{{0, QObject::tr("READ")},   {1, QObject::tr("WRITE")},
+                              {2, QObject::tr("RESET")},  {3, QObject::tr("FLASH")},
+                              {4, QObject::tr("UPLOAD")}, {5, QObject::tr("DOWNLOAD")},
+                              {7, QObject::tr("ERASE")},  {8, QObject::tr("DIR")}}
+    , _operation_status_strings{{0, QObject::tr("begin of %1 operation")},
+                                {1, QObject::tr("end of %1 operation")},
+                                {2, QObject::tr("error while performing %1 operation")}}
     , _not_configured(QStringLiteral("<< operation string not configured >>>"))
     , _verbose_level(10)
-{
-}
+{}
 
 void resource_manager::set_verbose_level(int level)
 {
@@ -71,14 +60,14 @@ const QString& resource_manager::_get_string(const std::map<unsigned int, QStrin
     return it->second;
 }
 
-const QString& resource_manager::get_media_exception_string(
-    api::proto::media_exception::exception_type_e type) const
+const QString&
+resource_manager::get_media_exception_string(api::proto::media_exception::exception_type_e type) const
 {
     return _get_string(_media_exception_strings, static_cast<unsigned int>(type));
 }
 
-const QString& resource_manager::get_proto_exception_string(
-    api::proto::proto_exception::exception_type_e type) const
+const QString&
+resource_manager::get_proto_exception_string(api::proto::proto_exception::exception_type_e type) const
 {
     return _get_string(_proto_exception_strings, static_cast<unsigned int>(type));
 }

@@ -64,7 +64,8 @@ void register_meta_types()
 }
 
 sat_worker::sat_worker(QObject* parent, api::proto::qz_module* module)
-    : QObject(parent), module(module)
+    : QObject(parent)
+    , module(module)
 {
     // Member-function pointers reach a concrete worker's overrides through the virtual slots.
     connect(this, &sat_worker::connect_module, this, &sat_worker::_connect_module);
@@ -160,8 +161,7 @@ void sat_worker::_get_params(const QVector<uint32_t>& params)
 
 void sat_worker::_set_params(const QVector<QPair<uint32_t, QVariant>>& params)
 {
-    _run_sweep(op_write, params.size(),
-               [&](int i) { _try_set_param(params[i].first, params[i].second); });
+    _run_sweep(op_write, params.size(), [&](int i) { _try_set_param(params[i].first, params[i].second); });
 }
 
 void sat_worker::_cache_parameter_and_emit_signal(uint32_t p, const QVariant& v, bool emit_signal)
@@ -173,7 +173,8 @@ void sat_worker::_cache_parameter_and_emit_signal(uint32_t p, const QVariant& v,
 
 void sat_worker::_try_get_param(uint32_t id)
 {
-    _try_param(id, [&] { _get_param(id); }, &sat_worker::on_get_param_request_error);
+    _try_param(
+        id, [&] { _get_param(id); }, &sat_worker::on_get_param_request_error);
 }
 
 void sat_worker::_try_param(uint32_t id, const std::function<void()>& access,
@@ -208,7 +209,8 @@ void sat_worker::_set_module_config()
 
 void sat_worker::_try_set_param(uint32_t id, const QVariant& value)
 {
-    _try_param(id, [&] { _set_param(id, value); }, &sat_worker::on_set_param_request_error);
+    _try_param(
+        id, [&] { _set_param(id, value); }, &sat_worker::on_set_param_request_error);
 }
 
 bool sat_worker::_try_exec_func(operation_type_e, const std::function<void()>& fn)
@@ -229,8 +231,7 @@ void sat_worker::_connect_exec_disconnect(operation_type_e op, const std::functi
         [&] {
             const std::function<void()> pre = [this] { _execute_pre_ops(); };
             const std::function<void()> post = [this] { _execute_post_ops(); };
-            if (_connect_module() && running && _try_exec_func(op, pre) && running
-                && _try_exec_func(op, fn))
+            if (_connect_module() && running && _try_exec_func(op, pre) && running && _try_exec_func(op, fn))
                 _try_exec_func(op, post);
             _disconnect_module();
         },

@@ -69,7 +69,8 @@ QObject* as_watched_class(widget_type_e type, QObject* object)
 
 ui_controller::ui_controller(QMap<uint32_t, QPair<widget_type_e, QObject*>>* widgets,
                              QMap<uint32_t, QWidget*>* hint_widgets)
-    : _widgets(widgets), _hint_widgets(hint_widgets)
+    : _widgets(widgets)
+    , _hint_widgets(hint_widgets)
 {
     _build_data_object_parameter_map();
     _connect_signals();

@@ -13,35 +13,39 @@
 
 namespace qz::gui {
 
-widget_profile_t::widget_profile_t(widget_type_e type, bool enabled) : type(type), enabled(enabled) {}
+widget_profile_t::widget_profile_t(widget_type_e type, bool enabled)
+    : type(type)
+    , enabled(enabled)
+{}
 
 widget_profile_spinbox_t::widget_profile_spinbox_t(bool enabled, int minimum, int maximum, int step)
-    : widget_profile_t(spinbox, enabled), minimum(minimum), maximum(maximum), step(step)
-{
-}
+    : widget_profile_t(spinbox, enabled)
+    , minimum(minimum)
+    , maximum(maximum)
+    , step(step)
+{}
 
-widget_profile_doublespinbox_t::widget_profile_doublespinbox_t(bool enabled, double minimum,
-                                                               double maximum, double step,
-                                                               int decimals, value_policy_e policy)
+widget_profile_doublespinbox_t::widget_profile_doublespinbox_t(bool enabled, double minimum, double maximum,
+                                                               double step, int decimals,
+                                                               value_policy_e policy)
     : widget_profile_t(doublespinbox, enabled)
     , minimum(minimum)
     , maximum(maximum)
     , step(step)
     , decimals(decimals)
     , policy(policy)
-{
-}
+{}
 
 widget_profile_label_t::widget_profile_label_t(bool enabled, const QString& text)
-    : widget_profile_t(label, enabled), text(text)
-{
-}
+    : widget_profile_t(label, enabled)
+    , text(text)
+{}
 
 widget_profile_combobox_t::widget_profile_combobox_t(bool enabled,
                                                      const QVector<QPair<QString, QVariant>>& items)
-    : widget_profile_t(combobox, enabled), items(items)
-{
-}
+    : widget_profile_t(combobox, enabled)
+    , items(items)
+{}
 
 widget_profile_handler::widget_profile_handler() = default;
 widget_profile_handler::~widget_profile_handler() = default;
@@ -120,12 +124,12 @@ void widget_profile_handler_label::apply_profile(QWidget* widget, const widget_p
 }
 
 widget_profile_controller::widget_profile_controller()
-    : _handlers{{spinbox, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_spinbox)},
-                {doublespinbox, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_doublespinbox)},
-                {combobox, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_combobox)},
-                {label, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_label)}}
-{
-}
+    : _handlers{
+        {spinbox, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_spinbox)},
+        {doublespinbox, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_doublespinbox)},
+        {combobox, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_combobox)},
+        {label, std::shared_ptr<widget_profile_handler>(new widget_profile_handler_label)}}
+{}
 
 widget_profile_controller::~widget_profile_controller() = default;
 

@@ -63,8 +63,8 @@ struct QZGUI_EXPORT widget_profile_doublespinbox_t : widget_profile_t {
      * @param decimals the decimals shown
      * @param policy what the value becomes once the range is set
      */
-    widget_profile_doublespinbox_t(bool enabled, double minimum, double maximum, double step,
-                                   int decimals, value_policy_e policy);
+    widget_profile_doublespinbox_t(bool enabled, double minimum, double maximum, double step, int decimals,
+                                   value_policy_e policy);
     double minimum;        ///< lowest value
     double maximum;        ///< highest value
     double step;           ///< single step
@@ -165,11 +165,9 @@ public:
  *
  * @code
  * qz::gui::widget_profile_controller profiles;
- * profiles.register_profile(0, {{ui->gain, std::make_shared<qz::gui::widget_profile_spinbox_t>(true, 0, 10, 1)}});
- * profiles.register_profile(1, {{ui->gain, std::make_shared<qz::gui::widget_profile_spinbox_t>(true, 0, 1000, 10)}});
- * form.set_loading_data(true);
- * profiles.set_active_profile(1);
- * form.set_loading_data(false);
+ * profiles.register_profile(0, {{ui->gain, std::make_shared<qz::gui::widget_profile_spinbox_t>(true, 0, 10,
+ * 1)}}); profiles.register_profile(1, {{ui->gain, std::make_shared<qz::gui::widget_profile_spinbox_t>(true,
+ * 0, 1000, 10)}}); form.set_loading_data(true); profiles.set_active_profile(1); form.set_loading_data(false);
  * @endcode
  */
 class QZGUI_EXPORT widget_profile_controller {

@@ -9,7 +9,9 @@ namespace qz::sim {
 using api::proto::media_exception;
 using api::proto::proto_exception;
 
-plain_error::plain_error(std::string message) : _message(std::move(message)) {}
+plain_error::plain_error(std::string message)
+    : _message(std::move(message))
+{}
 
 const char* plain_error::what() const noexcept
 {

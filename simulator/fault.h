@@ -43,9 +43,11 @@ struct fault_t {
     std::string message;
 
     /// A media_exception of kind @p type.
-    static fault_t media(api::proto::media_exception::exception_type_e type, std::string message = "media fault");
+    static fault_t media(api::proto::media_exception::exception_type_e type,
+                         std::string message = "media fault");
     /// A proto_exception of kind @p type.
-    static fault_t proto(api::proto::proto_exception::exception_type_e type, std::string message = "proto fault");
+    static fault_t proto(api::proto::proto_exception::exception_type_e type,
+                         std::string message = "proto fault");
     /// A std::runtime_error.
     static fault_t runtime(std::string message = "runtime fault");
     /// A plain_error.

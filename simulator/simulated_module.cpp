@@ -32,8 +32,7 @@ void simulated_module::_wait(lock_t& lock, std::chrono::milliseconds latency)
     }
 }
 
-void simulated_module::_check_param(lock_t& lock, QHash<uint32_t, param_fault_t>& faults,
-                                    uint32_t id)
+void simulated_module::_check_param(lock_t& lock, QHash<uint32_t, param_fault_t>& faults, uint32_t id)
 {
     if (!_connected) {
         lock.unlock();
@@ -84,8 +83,7 @@ void simulated_module::abort()
         // Must not throw: a record that cannot be kept is not worth losing the abort over.
         try {
             _record(call_abort);
-        } catch (...) {
-        }
+        } catch (...) {}
     }
     _aborted.notify_all();
 }
@@ -123,8 +121,7 @@ QVariant simulated_module::read_param(uint32_t id)
     const auto it = _store.constFind(id);
     if (it == _store.constEnd()) {
         lock.unlock();
-        throw proto_exception(proto_exception::parameter_error,
-                              "unknown parameter " + std::to_string(id));
+        throw proto_exception(proto_exception::parameter_error, "unknown parameter " + std::to_string(id));
     }
     return *it;
 }

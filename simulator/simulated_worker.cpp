@@ -6,9 +6,9 @@
 namespace qz::sim {
 
 simulated_worker::simulated_worker(QObject* parent, simulated_module* module)
-    : sat_worker(parent, module), _module(module)
-{
-}
+    : sat_worker(parent, module)
+    , _module(module)
+{}
 
 void simulated_worker::set_serve_from_cache(bool on)
 {

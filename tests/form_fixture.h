@@ -60,10 +60,14 @@ struct form {
         datetime->setDateTime(QDateTime(QDate(2024, 3, 2), QTime(14, 3, 7)));
         auto* layout = new QFormLayout(&window);
         const QList<QPair<uint32_t, QPair<gui::widget_type_e, QWidget*>>> rows = {
-            {id_check, {gui::checkbox, check}},      {id_line, {gui::lineedit, line}},
-            {id_spin, {gui::spinbox, spin}},         {id_double, {gui::doublespinbox, dspin}},
-            {id_combo, {gui::combobox, combo}},      {id_label, {gui::label, label}},
-            {id_progress, {gui::progressbar, progress}}, {id_datetime, {gui::datetimeedit, datetime}},
+            {id_check, {gui::checkbox, check}},
+            {id_line, {gui::lineedit, line}},
+            {id_spin, {gui::spinbox, spin}},
+            {id_double, {gui::doublespinbox, dspin}},
+            {id_combo, {gui::combobox, combo}},
+            {id_label, {gui::label, label}},
+            {id_progress, {gui::progressbar, progress}},
+            {id_datetime, {gui::datetimeedit, datetime}},
             {id_inert, {gui::inert, inert_widget}}};
         for (const auto& row : rows) {
             auto* hint = new QLabel(QStringLiteral("parameter %1").arg(row.first));

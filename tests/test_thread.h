@@ -21,13 +21,12 @@ class test_thread {
 public:
     explicit test_thread(std::function<void()> fn)
         : _thread(QThread::create([this, fn = std::move(fn)] {
-              fn();
-              std::lock_guard<std::mutex> guard(_mutex);
-              _done = true;
-              _finished.notify_all();
-          }))
-    {
-    }
+            fn();
+            std::lock_guard<std::mutex> guard(_mutex);
+            _done = true;
+            _finished.notify_all();
+        }))
+    {}
 
     ~test_thread() { finished_within(std::chrono::hours(1)); }
 

@@ -81,7 +81,8 @@ private slots:
         QTest::keyClick(f.datetime, Qt::Key_Up);
 
         const pairs_t pairs = collected(controller);
-        QCOMPARE(ids_of(pairs), QVector<uint32_t>({id_check, id_line, id_spin, id_double, id_combo, id_datetime}));
+        QCOMPARE(ids_of(pairs),
+                 QVector<uint32_t>({id_check, id_line, id_spin, id_double, id_combo, id_datetime}));
         QCOMPARE(pairs[0].second, QVariant(true));
         QCOMPARE(pairs[0].second.userType(), int(QMetaType::Bool));
         QCOMPARE(pairs[1].second, QVariant(QStringLiteral("typed")));

@@ -31,7 +31,8 @@ private slots:
         console.setProcessEnvironment(env);
         console.setWorkingDirectory(_home.path());
         _screenshot = _home.filePath(QStringLiteral("console.png"));
-        console.start(QStringLiteral(DEVICE_CONSOLE), {QStringLiteral("--script"), QStringLiteral("--screenshot"), _screenshot});
+        console.start(QStringLiteral(DEVICE_CONSOLE),
+                      {QStringLiteral("--script"), QStringLiteral("--screenshot"), _screenshot});
         QVERIFY(console.waitForStarted(60000));
         if (!console.waitForFinished(180000)) {
             console.kill();
@@ -55,22 +56,33 @@ private slots:
 
     void log_is_announced_in_its_own_directory()
     {
-        QVERIFY(_lines[0].contains(QStringLiteral("INFO  Starting log at: ") + _home.filePath(QStringLiteral("data"))));
+        QVERIFY(_lines[0].contains(QStringLiteral("INFO  Starting log at: ")
+                                   + _home.filePath(QStringLiteral("data"))));
     }
 
     void the_session_shows_in_order()
     {
         // Each expected message, in this order, somewhere after the one before.
-        const QStringList expected = {
-            "INFO  begin of READ operation", "INFO  connection: connecting", "INFO  connection: connected",
-            "QZTTC read 0x0003 Gain (dB) = 12", "INFO  connection: disconnected", "INFO  end of READ operation",
-            "INFO  begin of WRITE operation", "QZTTC written 0x0001 Output enabled = false",
-            "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
-            "QZTTC written 0x0003 Gain (dB) = 14", "INFO  end of WRITE operation",
-            "INFO  begin of READ operation", "ERROR read 0x0003 Gain (dB): CRC error: checksum mismatch",
-            "INFO  end of READ operation", "INFO  profile: Extended band",
-            "INFO  begin of READ operation", "WARN  stop requested", ": stopped: stopped",
-            "INFO  connection: disconnected", "INFO  end of READ operation"};
+        const QStringList expected = {"INFO  begin of READ operation",
+                                      "INFO  connection: connecting",
+                                      "INFO  connection: connected",
+                                      "QZTTC read 0x0003 Gain (dB) = 12",
+                                      "INFO  connection: disconnected",
+                                      "INFO  end of READ operation",
+                                      "INFO  begin of WRITE operation",
+                                      "QZTTC written 0x0001 Output enabled = false",
+                                      "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
+                                      "QZTTC written 0x0003 Gain (dB) = 14",
+                                      "INFO  end of WRITE operation",
+                                      "INFO  begin of READ operation",
+                                      "ERROR read 0x0003 Gain (dB): CRC error: checksum mismatch",
+                                      "INFO  end of READ operation",
+                                      "INFO  profile: Extended band",
+                                      "INFO  begin of READ operation",
+                                      "WARN  stop requested",
+                                      ": stopped: stopped",
+                                      "INFO  connection: disconnected",
+                                      "INFO  end of READ operation"};
         int at = 0;
         for (const QString& message : expected) {
             while (at < _lines.size() && !_lines[at].contains(message))

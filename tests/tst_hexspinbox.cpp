@@ -175,8 +175,8 @@ private slots:
         QTest::addColumn<uint>("hex");
         QTest::addColumn<QString>("text");
         QTest::newRow("32-bit all ones") << false << 0xFFFFFFFFu << -1 << 0xFFFFFFFFu << "0xFFFFFFFF";
-        QTest::newRow("32-bit sign bit") << false << 0x80000000u << std::numeric_limits<int>::min()
-                                         << 0x80000000u << "0x80000000";
+        QTest::newRow("32-bit sign bit")
+            << false << 0x80000000u << std::numeric_limits<int>::min() << 0x80000000u << "0x80000000";
         QTest::newRow("16-bit in range") << true << 0xBEEFu << 0xBEEF << 0xBEEFu << "0xBEEF";
         QTest::newRow("16-bit above range") << true << 0x12345u << 0xFFFF << 0xFFFFu << "0xFFFF";
         QTest::newRow("16-bit negative bits") << true << 0x80000000u << 0 << 0u << "0x0";

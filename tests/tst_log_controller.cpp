@@ -114,9 +114,9 @@ private slots:
 
         const QString announcement = "Starting log at: " + name;
         const QByteArray bytes = read_file(name);
-        const QRegularExpression lines(
-            "^" + stamp + "INFO  " + QRegularExpression::escape(announcement) + "\r\n"
-            + stamp + "INFO  " + QString(announcement.size(), '-') + "\r\n$");
+        const QRegularExpression lines("^" + stamp + "INFO  " + QRegularExpression::escape(announcement)
+                                       + "\r\n" + stamp + "INFO  " + QString(announcement.size(), '-')
+                                       + "\r\n$");
         QVERIFY2(lines.match(QString::fromUtf8(bytes)).hasMatch(), bytes.constData());
         QVERIFY(!bytes.startsWith("\xEF\xBB\xBF"));
     }
@@ -129,8 +129,10 @@ private slots:
         log.log(log_item::QZTTC, QStringLiteral("trace"));
         const auto lines = logged_lines();
         QCOMPARE(lines.size(), 3);
-        QVERIFY(QRegularExpression("^" + stamp + "WARN  Grüße\r$").match(QString::fromUtf8(lines[0])).hasMatch());
-        QVERIFY(lines[0].endsWith("WARN  Gr\xC3\xBC\xC3\x9F" "e\r"));
+        QVERIFY(
+            QRegularExpression("^" + stamp + "WARN  Grüße\r$").match(QString::fromUtf8(lines[0])).hasMatch());
+        QVERIFY(lines[0].endsWith("WARN  Gr\xC3\xBC\xC3\x9F"
+                                  "e\r"));
         QVERIFY(lines[1].endsWith("ERROR two\r"));
         QVERIFY(lines[2].endsWith("QZTTC trace\r"));
     }
@@ -153,7 +155,8 @@ private slots:
         QFETCH(QByteArray, written);
         log_controller log(nullptr, QStringLiteral("cr"), nullptr);
         log.log(log_item::INFO, message);
-        QVERIFY2(read_file(log_file()).endsWith(written), read_file(log_file()).right(20).toHex().constData());
+        QVERIFY2(read_file(log_file()).endsWith(written),
+                 read_file(log_file()).right(20).toHex().constData());
     }
 
     void message_with_nul_is_cut_with_its_line_end()
@@ -164,7 +167,8 @@ private slots:
         const QByteArray bytes = read_file(log_file());
         QVERIFY(!bytes.contains("cd"));
         QVERIFY(QRegularExpression("INFO  ab" + stamp.mid(0, stamp.size() - 2) + "  INFO  next\r\n$")
-                    .match(QString::fromUtf8(bytes)).hasMatch());
+                    .match(QString::fromUtf8(bytes))
+                    .hasMatch());
     }
 
     void large_message_is_written_whole()
@@ -229,7 +233,9 @@ private slots:
         QVERIFY(QDir().rmdir(blocked));
         log.log(log_item::INFO, QStringLiteral("arrives"));
         const QByteArray bytes = read_file(blocked);
-        QVERIFY(QRegularExpression("^" + stamp + "INFO  arrives\r\n$").match(QString::fromUtf8(bytes)).hasMatch());
+        QVERIFY(QRegularExpression("^" + stamp + "INFO  arrives\r\n$")
+                    .match(QString::fromUtf8(bytes))
+                    .hasMatch());
     }
 
     void file_name_redirects_only_later_lines()

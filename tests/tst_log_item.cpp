@@ -36,14 +36,22 @@ private slots:
         QTest::addColumn<int>("level");
         QTest::addColumn<QString>("message");
         QTest::addColumn<QString>("line");
-        QTest::newRow("warn") << 1 << "link lost" << "2024-03-02 14:03:07,045  WARN  link lost";
-        QTest::newRow("error") << 2 << "link lost" << "2024-03-02 14:03:07,045  ERROR link lost";
-        QTest::newRow("info") << 0 << "ok" << "2024-03-02 14:03:07,045  INFO  ok";
-        QTest::newRow("trace") << 3 << "tx 01 02" << "2024-03-02 14:03:07,045  QZTTC tx 01 02";
-        QTest::newRow("empty message") << 0 << "" << "2024-03-02 14:03:07,045  INFO  ";
-        QTest::newRow("line breaks stay") << 1 << "a\nb\r\nc" << "2024-03-02 14:03:07,045  WARN  a\nb\r\nc";
-        QTest::newRow("untrimmed") << 2 << "  x  " << "2024-03-02 14:03:07,045  ERROR   x  ";
-        QTest::newRow("unknown level, empty label") << 7 << "?" << "2024-03-02 14:03:07,045   ?";
+        QTest::newRow("warn") << 1 << "link lost"
+                              << "2024-03-02 14:03:07,045  WARN  link lost";
+        QTest::newRow("error") << 2 << "link lost"
+                               << "2024-03-02 14:03:07,045  ERROR link lost";
+        QTest::newRow("info") << 0 << "ok"
+                              << "2024-03-02 14:03:07,045  INFO  ok";
+        QTest::newRow("trace") << 3 << "tx 01 02"
+                               << "2024-03-02 14:03:07,045  QZTTC tx 01 02";
+        QTest::newRow("empty message") << 0 << ""
+                                       << "2024-03-02 14:03:07,045  INFO  ";
+        QTest::newRow("line breaks stay") << 1 << "a\nb\r\nc"
+                                          << "2024-03-02 14:03:07,045  WARN  a\nb\r\nc";
+        QTest::newRow("untrimmed") << 2 << "  x  "
+                                   << "2024-03-02 14:03:07,045  ERROR   x  ";
+        QTest::newRow("unknown level, empty label") << 7 << "?"
+                                                    << "2024-03-02 14:03:07,045   ?";
     }
 
     void lines()
@@ -61,10 +69,12 @@ private slots:
     {
         QTest::addColumn<QDateTime>("date");
         QTest::addColumn<QString>("prefix");
-        QTest::newRow("24-hour clock, padded") << QDateTime(QDate(2025, 12, 31), QTime(23, 59, 59, 999))
-                                               << "2025-12-31 23:59:59,999  ";
-        QTest::newRow("midnight") << QDateTime(QDate(2024, 1, 5), QTime(0, 0, 0, 0)) << "2024-01-05 00:00:00,000  ";
-        QTest::newRow("early year") << QDateTime(QDate(812, 7, 9), QTime(8, 7, 6, 5)) << "0812-07-09 08:07:06,005  ";
+        QTest::newRow("24-hour clock, padded")
+            << QDateTime(QDate(2025, 12, 31), QTime(23, 59, 59, 999)) << "2025-12-31 23:59:59,999  ";
+        QTest::newRow("midnight") << QDateTime(QDate(2024, 1, 5), QTime(0, 0, 0, 0))
+                                  << "2024-01-05 00:00:00,000  ";
+        QTest::newRow("early year") << QDateTime(QDate(812, 7, 9), QTime(8, 7, 6, 5))
+                                    << "0812-07-09 08:07:06,005  ";
     }
 
     void time_format()

@@ -40,15 +40,17 @@ class tst_log_menu_controller : public QObject {
     // Triggers the menu entry with @p text and lets the menu close.
     void choose(const QString& text, QPoint at = QPoint(10, 250))
     {
-        right_click([text](QMenu* menu) {
-            for (QAction* action : menu->actions())
-                if (action->text() == text) {
-                    action->trigger();
-                    menu->close();
-                    return;
-                }
-            QFAIL("entry not in the menu");
-        }, at);
+        right_click(
+            [text](QMenu* menu) {
+                for (QAction* action : menu->actions())
+                    if (action->text() == text) {
+                        action->trigger();
+                        menu->close();
+                        return;
+                    }
+                QFAIL("entry not in the menu");
+            },
+            at);
     }
 
     QPoint on_row(int row) const { return _list->visualItemRect(_list->item(row)).center(); }
@@ -77,10 +79,7 @@ private slots:
         _list.reset();
     }
 
-    void policy_is_custom()
-    {
-        QCOMPARE(_list->contextMenuPolicy(), Qt::CustomContextMenu);
-    }
+    void policy_is_custom() { QCOMPARE(_list->contextMenuPolicy(), Qt::CustomContextMenu); }
 
     void menu_has_two_entries_without_shortcuts()
     {
@@ -110,8 +109,9 @@ private slots:
         // On a selected row the right-click keeps the selection.
         choose(QStringLiteral("Copy selected"), on_row(3));
         QCOMPARE(QGuiApplication::clipboard()->text(), reported.join('\n'));
-        QCOMPARE(QGuiApplication::clipboard()->text(),
-                 QStringLiteral("2024-03-02 14:03:07,045  INFO  line 1\n2024-03-02 14:03:07,045  INFO  line 3"));
+        QCOMPARE(
+            QGuiApplication::clipboard()->text(),
+            QStringLiteral("2024-03-02 14:03:07,045  INFO  line 1\n2024-03-02 14:03:07,045  INFO  line 3"));
     }
 
     void copy_of_rows_selected_by_clicks()

@@ -15,7 +15,7 @@ namespace {
 QList<qint64> fields(const qz::api::proto::command_config& c)
 {
     return {c.persistent_time, c.timeout_pipe, c.timeout_xs, c.timeout_s, c.timeout_m, c.timeout_l,
-            c.timeout_xl, c.repeats_xs, c.repeats_s, c.repeats_m, c.repeats_l, c.repeats_xl};
+            c.timeout_xl,      c.repeats_xs,   c.repeats_s,  c.repeats_m, c.repeats_l, c.repeats_xl};
 }
 
 const QList<qint64> defaults = {9500, 10000, 400, 800, 1000, 4000, 9000, 10, 4, 2, 1, 0};
@@ -52,8 +52,8 @@ private slots:
     void every_key_is_read()
     {
         const char* const keys[] = {"persistent_time", "timeout_pipe", "timeout_xs", "timeout_s",
-                                    "timeout_m", "timeout_l", "timeout_xl", "repeats_xs",
-                                    "repeats_s", "repeats_m", "repeats_l", "repeats_xl"};
+                                    "timeout_m",       "timeout_l",    "timeout_xl", "repeats_xs",
+                                    "repeats_s",       "repeats_m",    "repeats_l",  "repeats_xl"};
         QList<qint64> expected;
         for (int i = 0; i < 12; ++i) {
             _settings->set(QStringLiteral("command/") + keys[i], 100 + i);

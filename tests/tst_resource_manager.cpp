@@ -158,7 +158,8 @@ private slots:
         QTest::addColumn<QString>("message");
         QTest::addColumn<int>("level");
         QTest::addColumn<QString>("text");
-        QTest::newRow("media wins, level 10") << 3 << 5 << "port busy" << 10 << "error while opening media: port busy";
+        QTest::newRow("media wins, level 10")
+            << 3 << 5 << "port busy" << 10 << "error while opening media: port busy";
         QTest::newRow("media wins, level 4") << 3 << 5 << "port busy" << 4 << "error while opening media";
         QTest::newRow("proto, level 5") << 0 << 6 << "bad" << 5 << "CRC error: bad";
         QTest::newRow("no kinds, level 5") << 0 << 0 << "plain" << 5 << ": plain";
@@ -204,9 +205,11 @@ private slots:
         std::atomic<int> wrong{0};
         auto lookups = [&] {
             for (int i = 0; i < 2000; ++i) {
-                if (texts.get_proto_exception_string(proto_exception::crc_error) != QLatin1String("CRC error"))
+                if (texts.get_proto_exception_string(proto_exception::crc_error)
+                    != QLatin1String("CRC error"))
                     ++wrong;
-                if (texts.get_operation_type_string(W::op_read, W::status_end) != QLatin1String("end of READ operation"))
+                if (texts.get_operation_type_string(W::op_read, W::status_end)
+                    != QLatin1String("end of READ operation"))
                     ++wrong;
             }
         };

@@ -191,8 +191,8 @@ private slots:
         worker._emit_on_connection_error(err);
         worker._emit_on_operation_control(W::op_flash, W::status_error);
         worker._emit_on_operation_error(W::op_dir, err);
-        QCOMPARE(events.take(), QStringList({"connection_error proto 9 busy", "status_error 3",
-                                             "op_error 8 proto 9 busy"}));
+        QCOMPARE(events.take(),
+                 QStringList({"connection_error proto 9 busy", "status_error 3", "op_error 8 proto 9 busy"}));
     }
 
     void sweep_with_failing_middle_id()
@@ -205,12 +205,9 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         worker._get_params({1, 2, 3});
-        QCOMPARE(events.take(), QStringList({
-            "begin read",
-            "state connecting", "state connected",
-            "get 1 = 10", "get_error 2 proto 6 crc", "get 3 = 30",
-            "state disconnected",
-            "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected", "get 1 = 10",
+                              "get_error 2 proto 6 crc", "get 3 = 30", "state disconnected", "end read"}));
         QCOMPARE(worker.get_connection_state(), W::state_disconnected);
         QVERIFY(worker.is_running());
     }
@@ -223,13 +220,9 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         worker._get_params({1});
-        QCOMPARE(events.take(), QStringList({
-            "begin read",
-            "state connecting",
-            "connection_error media 3 open",
-            "state disconnected",
-            "state disconnected",
-            "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "connection_error media 3 open",
+                              "state disconnected", "state disconnected", "end read"}));
         QCOMPARE(module.count(simulated_module::call_disconnect), 1);
         QCOMPARE(module.count(simulated_module::call_read), 0);
     }
@@ -242,10 +235,10 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         worker._set_params({{1, 1}});
-        QCOMPARE(events.take(), QStringList({
-            "begin write", "state connecting", "connection_error proto 2 none",
-            "state disconnected", "connection_error media 2 closed", "state disconnected",
-            "end write"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin write", "state connecting", "connection_error proto 2 none",
+                              "state disconnected", "connection_error media 2 closed", "state disconnected",
+                              "end write"}));
     }
 
     void connect_module_catches_every_class_data() { add_fault_rows(); }
@@ -259,8 +252,8 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         QVERIFY(!worker._connect_module());
-        QCOMPARE(events.take(), QStringList({"state connecting", "connection_error " + described,
-                                             "state disconnected"}));
+        QCOMPARE(events.take(),
+                 QStringList({"state connecting", "connection_error " + described, "state disconnected"}));
         QVERIFY(worker.is_running());
     }
 
@@ -288,9 +281,9 @@ private slots:
         worker._set_module_config();
         recorder events(worker);
         QVERIFY(!worker._connect_module());
-        QCOMPARE(events.take(), QStringList({"state connecting",
-                                             QStringLiteral("connection_error media %1 f").arg(type),
-                                             "state disconnected"}));
+        QCOMPARE(events.take(),
+                 QStringList({"state connecting", QStringLiteral("connection_error media %1 f").arg(type),
+                              "state disconnected"}));
     }
 
     void pipe_drain_waits_timeout_pipe()
@@ -305,9 +298,9 @@ private slots:
         timer.start();
         worker._get_params({1});
         QVERIFY2(timer.elapsed() >= 190, qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(events.take(), QStringList({
-            "begin read", "state connecting", "connection_error media 1 no device",
-            "state pipe_drain", "state disconnected", "state disconnected", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "connection_error media 1 no device",
+                              "state pipe_drain", "state disconnected", "state disconnected", "end read"}));
         QCOMPARE(module.count(simulated_module::call_media), 1);
     }
 
@@ -327,9 +320,9 @@ private slots:
             worker.running = true;
             worker.stop();
         }
-        QCOMPARE(events.take(), QStringList({
-            "begin read", "state connecting", "connection_error media 1 no device",
-            "state pipe_drain", "state disconnected", "state disconnected", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "connection_error media 1 no device",
+                              "state pipe_drain", "state disconnected", "state disconnected", "end read"}));
         QVERIFY(!worker.is_running());
         QVERIFY(module.count(simulated_module::call_abort) >= 1);
     }
@@ -393,8 +386,9 @@ private slots:
         recorder events(worker);
         worker._get_params({1});
         // The frame skips its own disconnect on this road: no disconnected state at all.
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "get 1 = 10", "op_error read other plain", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected", "get 1 = 10",
+                              "op_error read other plain", "end read"}));
         QCOMPARE(worker.get_connection_state(), W::state_connected);
     }
 
@@ -434,9 +428,9 @@ private slots:
         QStringList& trace = worker.trace;
         recorder events(worker);
         worker._connect_exec_disconnect(W::op_read, [&] { fault.raise(); });
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "connection_error " + described,
-                                             "state disconnected", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected",
+                              "connection_error " + described, "state disconnected", "end read"}));
         // The follow-up is skipped after a failed body.
         QCOMPARE(trace, QStringList({"pre"}));
     }
@@ -462,9 +456,9 @@ private slots:
         recorder events(worker);
         worker._connect_exec_disconnect(W::op_read, [&] { trace.append("body"); });
         QCOMPARE(trace, QStringList({"pre"}));
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "connection_error proto 9 busy", "state disconnected",
-                                             "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected",
+                              "connection_error proto 9 busy", "state disconnected", "end read"}));
     }
 
     void failing_follow_up_is_reported_and_ends_normally()
@@ -476,9 +470,9 @@ private slots:
         recorder events(worker);
         worker._connect_exec_disconnect(W::op_write, [&] { trace.append("body"); });
         QCOMPARE(trace, QStringList({"pre", "body", "post"}));
-        QCOMPARE(events.take(), QStringList({"begin write", "state connecting", "state connected",
-                                             "connection_error other late", "state disconnected",
-                                             "end write"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin write", "state connecting", "state connected",
+                              "connection_error other late", "state disconnected", "end write"}));
     }
 
     void stop_in_preparation_skips_the_body()
@@ -584,9 +578,9 @@ private slots:
         // The module records a read and begins its wait under one lock, so the read is waiting now.
         worker.stop();
         QVERIFY(thread->finished_within(60s));
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "get_error 1 media 6 stopped",
-                                             "state disconnected", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected",
+                              "get_error 1 media 6 stopped", "state disconnected", "end read"}));
         QCOMPARE(module.count(simulated_module::call_read), 1);
     }
 };

@@ -48,11 +48,11 @@ int run_unregistered_child(int argc, char** argv)
     auto* w = new threaded_worker;
     QObject receiver;
     std::printf("connect by uint32_t: %d\n",
-                bool(QObject::connect(&w->worker, SIGNAL(on_get_param(uint32_t,QVariant)),
-                                      &receiver, SLOT(deleteLater()))));
+                bool(QObject::connect(&w->worker, SIGNAL(on_get_param(uint32_t, QVariant)), &receiver,
+                                      SLOT(deleteLater()))));
     std::printf("connect by uint: %d\n",
-                bool(QObject::connect(&w->worker, SIGNAL(on_get_param(uint,QVariant)),
-                                      &receiver, SLOT(deleteLater()))));
+                bool(QObject::connect(&w->worker, SIGNAL(on_get_param(uint, QVariant)), &receiver,
+                                      SLOT(deleteLater()))));
     emit w->worker.get_params({1, 2});
     QThread::msleep(300);
     QCoreApplication::processEvents();
@@ -100,24 +100,42 @@ private slots:
         const int slot = QMetaMethod::Slot;
         const int pub = QMetaMethod::Public;
         const int prot = QMetaMethod::Protected;
-        QTest::newRow("0") << 0 << QByteArray("connect_module()") << QByteArray("") << sig << pub << QByteArray("void");
-        QTest::newRow("1") << 1 << QByteArray("disconnect_module()") << QByteArray("") << sig << pub << QByteArray("void");
-        QTest::newRow("2") << 2 << QByteArray("get_params(QVector<uint32_t>)") << QByteArray("params") << sig << pub << QByteArray("void");
-        QTest::newRow("3") << 3 << QByteArray("set_params(QVector<QPair<uint32_t,QVariant> >)") << QByteArray("params") << sig << pub << QByteArray("void");
-        QTest::newRow("4") << 4 << QByteArray("on_connection_state(connection_state_e)") << QByteArray("cs") << sig << pub << QByteArray("void");
-        QTest::newRow("5") << 5 << QByteArray("on_connection_error(error_descriptor)") << QByteArray("err") << sig << pub << QByteArray("void");
-        QTest::newRow("6") << 6 << QByteArray("on_operation_control(operation_type_e,operation_status_e)") << QByteArray("op,status") << sig << pub << QByteArray("void");
-        QTest::newRow("7") << 7 << QByteArray("on_operation_error(operation_type_e,error_descriptor)") << QByteArray("op,err") << sig << pub << QByteArray("void");
-        QTest::newRow("8") << 8 << QByteArray("on_get_param(uint32_t,QVariant)") << QByteArray("p,v") << sig << pub << QByteArray("void");
-        QTest::newRow("9") << 9 << QByteArray("on_get_param_request_error(uint32_t,error_descriptor)") << QByteArray("p,err") << sig << pub << QByteArray("void");
-        QTest::newRow("10") << 10 << QByteArray("on_set_param(uint32_t,QVariant)") << QByteArray("p,v") << sig << pub << QByteArray("void");
-        QTest::newRow("11") << 11 << QByteArray("on_set_param_request_error(uint32_t,error_descriptor)") << QByteArray("p,err") << sig << pub << QByteArray("void");
-        QTest::newRow("12") << 12 << QByteArray("_connect_module()") << QByteArray("") << slot << prot << QByteArray("bool");
-        QTest::newRow("13") << 13 << QByteArray("_disconnect_module()") << QByteArray("") << slot << prot << QByteArray("void");
-        QTest::newRow("14") << 14 << QByteArray("_get_params(QVector<uint32_t>)") << QByteArray("params") << slot << prot << QByteArray("void");
-        QTest::newRow("15") << 15 << QByteArray("_set_params(QVector<QPair<uint32_t,QVariant> >)") << QByteArray("params") << slot << prot << QByteArray("void");
-        QTest::newRow("16") << 16 << QByteArray("_cache_parameter_and_emit_signal(uint32_t,QVariant,bool)") << QByteArray("p,v,emit_signal") << slot << prot << QByteArray("void");
-        QTest::newRow("17") << 17 << QByteArray("_cache_parameter_and_emit_signal(uint32_t,QVariant)") << QByteArray("p,v") << slot << prot << QByteArray("void");
+        QTest::newRow("0") << 0 << QByteArray("connect_module()") << QByteArray("") << sig << pub
+                           << QByteArray("void");
+        QTest::newRow("1") << 1 << QByteArray("disconnect_module()") << QByteArray("") << sig << pub
+                           << QByteArray("void");
+        QTest::newRow("2") << 2 << QByteArray("get_params(QVector<uint32_t>)") << QByteArray("params") << sig
+                           << pub << QByteArray("void");
+        QTest::newRow("3") << 3 << QByteArray("set_params(QVector<QPair<uint32_t,QVariant> >)")
+                           << QByteArray("params") << sig << pub << QByteArray("void");
+        QTest::newRow("4") << 4 << QByteArray("on_connection_state(connection_state_e)") << QByteArray("cs")
+                           << sig << pub << QByteArray("void");
+        QTest::newRow("5") << 5 << QByteArray("on_connection_error(error_descriptor)") << QByteArray("err")
+                           << sig << pub << QByteArray("void");
+        QTest::newRow("6") << 6 << QByteArray("on_operation_control(operation_type_e,operation_status_e)")
+                           << QByteArray("op,status") << sig << pub << QByteArray("void");
+        QTest::newRow("7") << 7 << QByteArray("on_operation_error(operation_type_e,error_descriptor)")
+                           << QByteArray("op,err") << sig << pub << QByteArray("void");
+        QTest::newRow("8") << 8 << QByteArray("on_get_param(uint32_t,QVariant)") << QByteArray("p,v") << sig
+                           << pub << QByteArray("void");
+        QTest::newRow("9") << 9 << QByteArray("on_get_param_request_error(uint32_t,error_descriptor)")
+                           << QByteArray("p,err") << sig << pub << QByteArray("void");
+        QTest::newRow("10") << 10 << QByteArray("on_set_param(uint32_t,QVariant)") << QByteArray("p,v") << sig
+                            << pub << QByteArray("void");
+        QTest::newRow("11") << 11 << QByteArray("on_set_param_request_error(uint32_t,error_descriptor)")
+                            << QByteArray("p,err") << sig << pub << QByteArray("void");
+        QTest::newRow("12") << 12 << QByteArray("_connect_module()") << QByteArray("") << slot << prot
+                            << QByteArray("bool");
+        QTest::newRow("13") << 13 << QByteArray("_disconnect_module()") << QByteArray("") << slot << prot
+                            << QByteArray("void");
+        QTest::newRow("14") << 14 << QByteArray("_get_params(QVector<uint32_t>)") << QByteArray("params")
+                            << slot << prot << QByteArray("void");
+        QTest::newRow("15") << 15 << QByteArray("_set_params(QVector<QPair<uint32_t,QVariant> >)")
+                            << QByteArray("params") << slot << prot << QByteArray("void");
+        QTest::newRow("16") << 16 << QByteArray("_cache_parameter_and_emit_signal(uint32_t,QVariant,bool)")
+                            << QByteArray("p,v,emit_signal") << slot << prot << QByteArray("void");
+        QTest::newRow("17") << 17 << QByteArray("_cache_parameter_and_emit_signal(uint32_t,QVariant)")
+                            << QByteArray("p,v") << slot << prot << QByteArray("void");
     }
 
     void methods()
@@ -178,12 +196,11 @@ private slots:
         simulated_module module;
         test_worker worker(nullptr, &module);
         recorder events(worker);
-        QVERIFY(QMetaObject::invokeMethod(&worker, "_cache_parameter_and_emit_signal",
-                                          Q_ARG(uint32_t, 4), Q_ARG(QVariant, QVariant(40))));
+        QVERIFY(QMetaObject::invokeMethod(&worker, "_cache_parameter_and_emit_signal", Q_ARG(uint32_t, 4),
+                                          Q_ARG(QVariant, QVariant(40))));
         QCOMPARE(events.take(), QStringList({"get 4 = 40"}));
-        QVERIFY(QMetaObject::invokeMethod(&worker, "_cache_parameter_and_emit_signal",
-                                          Q_ARG(uint32_t, 5), Q_ARG(QVariant, QVariant(50)),
-                                          Q_ARG(bool, false)));
+        QVERIFY(QMetaObject::invokeMethod(&worker, "_cache_parameter_and_emit_signal", Q_ARG(uint32_t, 5),
+                                          Q_ARG(QVariant, QVariant(50)), Q_ARG(bool, false)));
         QVERIFY(events.lines().isEmpty());
         QCOMPARE(worker.param_cache.value(4).second, QVariant(40));
         QCOMPARE(worker.param_cache.value(5).second, QVariant(50));
@@ -209,7 +226,7 @@ private slots:
         simulated_module module;
         test_worker worker(nullptr, &module);
         QObject receiver;
-        QVERIFY(QObject::connect(&worker, SIGNAL(on_get_param(uint32_t,QVariant)), &receiver,
+        QVERIFY(QObject::connect(&worker, SIGNAL(on_get_param(uint32_t, QVariant)), &receiver,
                                  SLOT(deleteLater())));
     }
 

@@ -73,8 +73,9 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         worker._get_params({});
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "state disconnected", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected", "state disconnected",
+                              "end read"}));
         QVERIFY(module.last_config());
     }
 
@@ -84,8 +85,9 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         worker._set_params({});
-        QCOMPARE(events.take(), QStringList({"begin write", "state connecting", "state connected",
-                                             "state disconnected", "end write"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin write", "state connecting", "state connected", "state disconnected",
+                              "end write"}));
     }
 
     void same_id_twice_is_read_twice_in_order()
@@ -139,10 +141,10 @@ private slots:
         test_worker worker(nullptr, &module);
         recorder events(worker);
         worker._set_params({{1, QStringLiteral("a")}, {2, 5}, {3, 6}, {4, 2.5}});
-        QCOMPARE(events.take(), QStringList({
-            "begin write", "state connecting", "state connected",
-            "set 1 = a", "set_error 2 proto 5 refused", "set_error 3 other x", "set 4 = 2.5",
-            "state disconnected", "end write"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin write", "state connecting", "state connected", "set 1 = a",
+                              "set_error 2 proto 5 refused", "set_error 3 other x", "set 4 = 2.5",
+                              "state disconnected", "end write"}));
         QCOMPARE(module.stored(1), QVariant(QStringLiteral("a")));
         QVERIFY(!module.stored(2).isValid());
         QCOMPARE(module.stored(4), QVariant(2.5));
@@ -161,8 +163,8 @@ private slots:
         };
         recorder events(worker);
         QVERIFY_EXCEPTION_THROWN(worker._get_params({1, 2, 3}), int);
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "get 1 = 10"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected", "get 1 = 10"}));
         QVERIFY_EXCEPTION_THROWN(worker._try_get_param(2), int);
     }
 
@@ -177,9 +179,9 @@ private slots:
         };
         recorder events(worker);
         worker._get_params({1, 2, 3, 4, 5});
-        QCOMPARE(events.take(), QStringList({"begin read", "state connecting", "state connected",
-                                             "get 1 = 10", "get 2 = 20",
-                                             "state disconnected", "end read"}));
+        QCOMPARE(events.take(),
+                 QStringList({"begin read", "state connecting", "state connected", "get 1 = 10", "get 2 = 20",
+                              "state disconnected", "end read"}));
         QCOMPARE(module.count(simulated_module::call_read), 2);
     }
 

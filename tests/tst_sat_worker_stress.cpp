@@ -77,19 +77,25 @@ private slots:
         test_worker worker(nullptr, &module);
         event_log log;
         const auto direct = Qt::DirectConnection;
-        connect(&worker, &W::on_operation_control, &worker,
-                [&](W::operation_type_e, W::operation_status_e s) { log.add(s == W::status_begin ? begin : end); },
-                direct);
-        connect(&worker, &W::on_connection_state, &worker,
-                [&](W::connection_state_e cs) {
-                    if (cs == W::state_connecting)
-                        log.add(connecting);
-                },
-                direct);
-        connect(&worker, &W::on_get_param, &worker, [&](uint32_t, const QVariant&) { log.add(parameter); },
-                direct);
-        connect(&worker, &W::on_get_param_request_error, &worker,
-                [&](uint32_t, const qz::gui::error_descriptor&) { log.add(parameter); }, direct);
+        connect(
+            &worker, &W::on_operation_control, &worker,
+            [&](W::operation_type_e, W::operation_status_e s) {
+                log.add(s == W::status_begin ? begin : end);
+            },
+            direct);
+        connect(
+            &worker, &W::on_connection_state, &worker,
+            [&](W::connection_state_e cs) {
+                if (cs == W::state_connecting)
+                    log.add(connecting);
+            },
+            direct);
+        connect(
+            &worker, &W::on_get_param, &worker, [&](uint32_t, const QVariant&) { log.add(parameter); },
+            direct);
+        connect(
+            &worker, &W::on_get_param_request_error, &worker,
+            [&](uint32_t, const qz::gui::error_descriptor&) { log.add(parameter); }, direct);
 
         std::atomic<bool> sweeping{true};
         test_thread sweeper([&] {
@@ -118,9 +124,9 @@ private slots:
         int ends = 0;
         int cut_short = 0;
         bool in_sweep = false;
-        bool armed = false;    // the sweep's connect has armed the worker
-        bool stopped = false;  // a stop came after that
-        int after_stop = 0;    // parameters reported after that stop
+        bool armed = false;   // the sweep's connect has armed the worker
+        bool stopped = false; // a stop came after that
+        int after_stop = 0;   // parameters reported after that stop
         int reported = 0;
         for (const event_e event : log.events()) {
             switch (event) {

@@ -34,10 +34,7 @@ class tst_translations : public QObject {
     }
 
 private slots:
-    void initTestCase()
-    {
-        QVERIFY(_german.load(QStringLiteral("qzgui_de"), QStringLiteral(QZGUI_QM_DIR)));
-    }
+    void initTestCase() { QVERIFY(_german.load(QStringLiteral("qzgui_de"), QStringLiteral(QZGUI_QM_DIR))); }
 
     void cleanup() { QCoreApplication::removeTranslator(&_german); }
 

@@ -154,11 +154,11 @@ private slots:
         f.datetime->setFocus();
         QTest::keyClick(f.datetime, Qt::Key_Up);
 
-        QCOMPARE(reported(spy), QList<uint32_t>({id_check, id_line, id_line, id_spin, id_double, id_combo,
-                                                 id_datetime}));
+        QCOMPARE(reported(spy),
+                 QList<uint32_t>({id_check, id_line, id_line, id_spin, id_double, id_combo, id_datetime}));
         QVERIFY(controller.has_changed_parameters());
-        QCOMPARE(changed_ids(controller), QVector<uint32_t>({id_check, id_line, id_spin, id_double,
-                                                             id_combo, id_datetime}));
+        QCOMPARE(changed_ids(controller),
+                 QVector<uint32_t>({id_check, id_line, id_spin, id_double, id_combo, id_datetime}));
         for (const uint32_t id : {id_check, id_line, id_spin, id_double, id_combo, id_datetime})
             QVERIFY2(f.hint(id)->font().underline(), qPrintable(QString::number(id)));
         QVERIFY(!f.hint(id_label)->font().underline());
@@ -169,7 +169,7 @@ private slots:
         form f;
         ui_controller controller(&f.widgets, &f.hints);
         QSignalSpy spy(&controller, &ui_controller::on_data_changed);
-        f.check->setChecked(true);     // clicked() is for user clicks only
+        f.check->setChecked(true); // clicked() is for user clicks only
         f.label->setText(QStringLiteral("never watched"));
         f.progress->setValue(50);
         QCOMPARE(spy.count(), 0);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Widget profile records, their handlers and the profile controller, on real widgets.
-#include "qzgui/widget_profile_controller.h"
 #include "form_fixture.h"
+#include "qzgui/widget_profile_controller.h"
 
 #include <QProcess>
 #include <QSignalSpy>
@@ -18,7 +18,9 @@ const char assertion_child[] = "--failing-profile";
 
 // A record of a kind that has no handler; the base record is built only through derived ones.
 struct checkbox_profile : widget_profile_t {
-    checkbox_profile() : widget_profile_t(checkbox, true) {}
+    checkbox_profile()
+        : widget_profile_t(checkbox, true)
+    {}
 };
 
 std::shared_ptr<widget_profile_t> spin(bool enabled, int minimum, int maximum, int step)
@@ -29,7 +31,8 @@ std::shared_ptr<widget_profile_t> spin(bool enabled, int minimum, int maximum, i
 std::shared_ptr<widget_profile_t> dspin(double minimum, double maximum, double step, int decimals,
                                         value_policy_e policy, bool enabled = true)
 {
-    return std::make_shared<widget_profile_doublespinbox_t>(enabled, minimum, maximum, step, decimals, policy);
+    return std::make_shared<widget_profile_doublespinbox_t>(enabled, minimum, maximum, step, decimals,
+                                                            policy);
 }
 
 std::shared_ptr<widget_profile_t> combo(const QVector<QPair<QString, QVariant>>& items, bool enabled = true)
@@ -44,7 +47,8 @@ int run_failing_child(int argc, char** argv, const QByteArray& which)
     QSpinBox box;
     QCheckBox check;
     widget_profile_controller profiles;
-    profiles.register_profile(1, {{&box, spin(true, 0, 5, 1)}, {&check, std::make_shared<checkbox_profile>()}});
+    profiles.register_profile(1,
+                              {{&box, spin(true, 0, 5, 1)}, {&check, std::make_shared<checkbox_profile>()}});
     std::printf("applying\n");
     std::fflush(stdout);
     profiles.set_active_profile(which == "unregistered" ? 2 : 1);
@@ -159,9 +163,11 @@ private slots:
         box.addItem(QStringLiteral("two"), 2u);
         box.setCurrentIndex(1);
         widget_profile_handler_combobox handler;
-        handler.apply_profile(&box, widget_profile_combobox_t(true, {{QStringLiteral("zwei"), 2u},
-                                                                      {QStringLiteral("drei"), 3u},
-                                                                      {QStringLiteral("eins"), 1u}}));
+        handler.apply_profile(
+            &box,
+            widget_profile_combobox_t(
+                true,
+                {{QStringLiteral("zwei"), 2u}, {QStringLiteral("drei"), 3u}, {QStringLiteral("eins"), 1u}}));
         QCOMPARE(box.count(), 3);
         QCOMPARE(box.currentIndex(), 0);
         QCOMPARE(box.currentText(), QStringLiteral("zwei"));
@@ -169,8 +175,8 @@ private slots:
         QVERIFY(box.itemIcon(0).isNull());
 
         box.setCurrentIndex(1); // data 3
-        handler.apply_profile(&box, widget_profile_combobox_t(true, {{QStringLiteral("x"), 7u},
-                                                                      {QStringLiteral("y"), 8u}}));
+        handler.apply_profile(
+            &box, widget_profile_combobox_t(true, {{QStringLiteral("x"), 7u}, {QStringLiteral("y"), 8u}}));
         QCOMPARE(box.currentIndex(), 0);
         handler.apply_profile(&box, widget_profile_combobox_t(false, {}));
         QCOMPARE(box.count(), 0);
@@ -181,7 +187,8 @@ private slots:
     void label_gets_its_text()
     {
         QLabel text;
-        widget_profile_handler_label().apply_profile(&text, widget_profile_label_t(false, QStringLiteral("mA")));
+        widget_profile_handler_label().apply_profile(&text,
+                                                     widget_profile_label_t(false, QStringLiteral("mA")));
         QCOMPARE(text.text(), QStringLiteral("mA"));
         QVERIFY(!text.isEnabled());
     }
@@ -202,14 +209,16 @@ private slots:
         f.dspin->setValue(12.5);
         f.combo->setCurrentIndex(2);
         widget_profile_controller profiles;
-        profiles.register_profile(0, {{f.spin, spin(true, 0, 100, 1)},
-                                      {f.dspin, dspin(0, 50, 0.5, 1, keep_value)},
-                                      {f.combo, combo({{"zero", 0u}, {"one", 1u}, {"two", 2u}})},
-                                      {f.label, std::make_shared<widget_profile_label_t>(true, "V")}});
-        profiles.register_profile(1, {{f.spin, spin(false, 0, 20, 2)},
-                                      {f.dspin, dspin(1, 5, 0.1, 2, set_minimum)},
-                                      {f.combo, combo({{"two", 2u}, {"three", 3u}})},
-                                      {f.label, std::make_shared<widget_profile_label_t>(true, "mV")}});
+        profiles.register_profile(0,
+                                  {{f.spin, spin(true, 0, 100, 1)},
+                                   {f.dspin, dspin(0, 50, 0.5, 1, keep_value)},
+                                   {f.combo, combo({{"zero", 0u}, {"one", 1u}, {"two", 2u}})},
+                                   {f.label, std::make_shared<widget_profile_label_t>(true, "V")}});
+        profiles.register_profile(1,
+                                  {{f.spin, spin(false, 0, 20, 2)},
+                                   {f.dspin, dspin(1, 5, 0.1, 2, set_minimum)},
+                                   {f.combo, combo({{"two", 2u}, {"three", 3u}})},
+                                   {f.label, std::make_shared<widget_profile_label_t>(true, "mV")}});
         profiles.set_active_profile(1);
         QCOMPARE(f.spin->value(), 20);
         QVERIFY(!f.spin->isEnabled());

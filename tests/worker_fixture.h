@@ -46,8 +46,8 @@ public:
 inline QString op_name(sat_worker::operation_type_e op)
 {
     return op == sat_worker::op_read ? QStringLiteral("read")
-         : op == sat_worker::op_write ? QStringLiteral("write")
-                                      : QString::number(op);
+        : op == sat_worker::op_write ? QStringLiteral("write")
+                                     : QString::number(op);
 }
 
 inline QString state_name(sat_worker::connection_state_e cs)
@@ -78,36 +78,54 @@ public:
     {
         using W = sat_worker;
         const auto direct = Qt::DirectConnection;
-        QObject::connect(&worker, &W::on_operation_control, &worker,
+        QObject::connect(
+            &worker, &W::on_operation_control, &worker,
             [this](W::operation_type_e op, W::operation_status_e status) {
-                add((status == W::status_begin ? QStringLiteral("begin ")
-                     : status == W::status_end ? QStringLiteral("end ")
-                                               : QStringLiteral("status_error "))
+                add((status == W::status_begin     ? QStringLiteral("begin ")
+                         : status == W::status_end ? QStringLiteral("end ")
+                                                   : QStringLiteral("status_error "))
                     + op_name(op));
-            }, direct);
-        QObject::connect(&worker, &W::on_connection_state, &worker,
-            [this](W::connection_state_e cs) { add(QStringLiteral("state ") + state_name(cs)); }, direct);
-        QObject::connect(&worker, &W::on_connection_error, &worker,
-            [this](const gui::error_descriptor& e) { add(QStringLiteral("connection_error ") + describe(e)); },
+            },
             direct);
-        QObject::connect(&worker, &W::on_operation_error, &worker,
+        QObject::connect(
+            &worker, &W::on_connection_state, &worker,
+            [this](W::connection_state_e cs) { add(QStringLiteral("state ") + state_name(cs)); }, direct);
+        QObject::connect(
+            &worker, &W::on_connection_error, &worker,
+            [this](const gui::error_descriptor& e) {
+                add(QStringLiteral("connection_error ") + describe(e));
+            },
+            direct);
+        QObject::connect(
+            &worker, &W::on_operation_error, &worker,
             [this](W::operation_type_e op, const gui::error_descriptor& e) {
                 add(QStringLiteral("op_error %1 %2").arg(op_name(op), describe(e)));
-            }, direct);
-        QObject::connect(&worker, &W::on_get_param, &worker,
-            [this](uint32_t p, const QVariant& v) { add(QStringLiteral("get %1 = %2").arg(p).arg(v.toString())); },
+            },
             direct);
-        QObject::connect(&worker, &W::on_get_param_request_error, &worker,
+        QObject::connect(
+            &worker, &W::on_get_param, &worker,
+            [this](uint32_t p, const QVariant& v) {
+                add(QStringLiteral("get %1 = %2").arg(p).arg(v.toString()));
+            },
+            direct);
+        QObject::connect(
+            &worker, &W::on_get_param_request_error, &worker,
             [this](uint32_t p, const gui::error_descriptor& e) {
                 add(QStringLiteral("get_error %1 %2").arg(p).arg(describe(e)));
-            }, direct);
-        QObject::connect(&worker, &W::on_set_param, &worker,
-            [this](uint32_t p, const QVariant& v) { add(QStringLiteral("set %1 = %2").arg(p).arg(v.toString())); },
+            },
             direct);
-        QObject::connect(&worker, &W::on_set_param_request_error, &worker,
+        QObject::connect(
+            &worker, &W::on_set_param, &worker,
+            [this](uint32_t p, const QVariant& v) {
+                add(QStringLiteral("set %1 = %2").arg(p).arg(v.toString()));
+            },
+            direct);
+        QObject::connect(
+            &worker, &W::on_set_param_request_error, &worker,
             [this](uint32_t p, const gui::error_descriptor& e) {
                 add(QStringLiteral("set_error %1 %2").arg(p).arg(describe(e)));
-            }, direct);
+            },
+            direct);
     }
 
     /// @return the lines recorded so far, and forgets them

@@ -48,7 +48,9 @@ QVector<QPair<QString, QVariant>> modes(bool extended)
 } // namespace
 
 console_window::console_window(qz::sim::simulated_module& module, QWidget* parent)
-    : QMainWindow(parent), _module(module), _worker(new qz::sim::simulated_worker(nullptr, &module))
+    : QMainWindow(parent)
+    , _module(module)
+    , _worker(new qz::sim::simulated_worker(nullptr, &module))
 {
     setWindowTitle(tr("Device console"));
     // The log comes first, so that everything from here on can be logged. It reads its directory
@@ -67,7 +69,8 @@ console_window::console_window(qz::sim::simulated_module& module, QWidget* paren
     setCentralWidget(central);
     _status = new QLabel;
     statusBar()->addWidget(_status);
-    _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(sat_worker::state_disconnected)));
+    _status->setText(
+        tr("Device: %1").arg(_texts.get_connection_state_string(sat_worker::state_disconnected)));
 
     _form = std::make_unique<qz::gui::ui_controller>(&_widgets, &_hints);
     _build_profiles();
@@ -218,17 +221,21 @@ void console_window::_build_profiles()
     auto* frequency = static_cast<QWidget*>(_widgets.value(id_frequency).second);
     auto* mode = static_cast<QWidget*>(_widgets.value(id_mode).second);
     _profiles.register_profile(
-        0, {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 30, 1)},
-            {frequency, std::make_shared<widget_profile_doublespinbox_t>(true, 430.0, 440.0, 0.01, 2, keep_value)},
-            {mode, std::make_shared<widget_profile_combobox_t>(true, modes(false))},
-            {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz"))},
-            {_address, std::make_shared<widget_profile_spinbox_t>(false, 0, 0xFF, 1)}});
+        0,
+        {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 30, 1)},
+         {frequency,
+          std::make_shared<widget_profile_doublespinbox_t>(true, 430.0, 440.0, 0.01, 2, keep_value)},
+         {mode, std::make_shared<widget_profile_combobox_t>(true, modes(false))},
+         {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz"))},
+         {_address, std::make_shared<widget_profile_spinbox_t>(false, 0, 0xFF, 1)}});
     _profiles.register_profile(
-        1, {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 60, 2)},
-            {frequency, std::make_shared<widget_profile_doublespinbox_t>(true, 400.0, 470.0, 0.001, 3, keep_value)},
-            {mode, std::make_shared<widget_profile_combobox_t>(true, modes(true))},
-            {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz (extended)"))},
-            {_address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
+        1,
+        {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 60, 2)},
+         {frequency,
+          std::make_shared<widget_profile_doublespinbox_t>(true, 400.0, 470.0, 0.001, 3, keep_value)},
+         {mode, std::make_shared<widget_profile_combobox_t>(true, modes(true))},
+         {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz (extended)"))},
+         {_address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
 }
 
 void console_window::_connect_worker()
@@ -241,24 +248,29 @@ void console_window::_connect_worker()
         _log->log(log_item::INFO, QStringLiteral("connection: ") + state);
     });
     connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
-        _log->log(log_item::ERROR, QStringLiteral("connection error: ") + _texts.get_error_descriptor_string(err));
+        _log->log(log_item::ERROR,
+                  QStringLiteral("connection error: ") + _texts.get_error_descriptor_string(err));
     });
     connect(_worker, &sat_worker::on_operation_error, this,
             [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
-                _log->log(log_item::ERROR, _texts.get_operation_error_string(op) + QStringLiteral(": ")
-                                               + _texts.get_error_descriptor_string(err));
+                _log->log(log_item::ERROR,
+                          _texts.get_operation_error_string(op) + QStringLiteral(": ")
+                              + _texts.get_error_descriptor_string(err));
             });
     connect(_worker, &sat_worker::on_get_param, this, &console_window::_on_value);
-    connect(_worker, &sat_worker::on_get_param_request_error, this,
-            [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
+    connect(
+        _worker, &sat_worker::on_get_param_request_error, this,
+        [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
     connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
-        _log->log(log_item::QZTTC, QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
+        _log->log(log_item::QZTTC,
+                  QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
         _last_read.insert(id, value);
         _form->remove_changed_parameter(id);
         _form->set_hint_for_changed_value(id, false, QString());
     });
-    connect(_worker, &sat_worker::on_set_param_request_error, this,
-            [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
+    connect(
+        _worker, &sat_worker::on_set_param_request_error, this,
+        [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
 }
 
 void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
@@ -277,7 +289,8 @@ void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::
 
 void console_window::_on_value(uint32_t id, const QVariant& value)
 {
-    _log->log(log_item::QZTTC, QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
+    _log->log(log_item::QZTTC,
+              QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
     _last_read.insert(id, value);
     _form->set_loading_data(true);
     _form->set_data(id, value);
@@ -287,7 +300,8 @@ void console_window::_on_value(uint32_t id, const QVariant& value)
 void console_window::_on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err)
 {
     const QString text = _texts.get_error_descriptor_string(err);
-    _log->log(log_item::ERROR, QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
+    _log->log(log_item::ERROR,
+              QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
     _form->set_hint_for_error(id, true, text);
 }
 

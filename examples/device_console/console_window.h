@@ -79,7 +79,8 @@ private:
     void _build_menus();
     void _build_profiles();
     void _connect_worker();
-    void _on_operation(qz::gui::sat_worker::operation_type_e op, qz::gui::sat_worker::operation_status_e status);
+    void _on_operation(qz::gui::sat_worker::operation_type_e op,
+                       qz::gui::sat_worker::operation_status_e status);
     void _on_value(uint32_t id, const QVariant& value);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
     void _apply_faults();

@@ -13,16 +13,16 @@
 namespace device_console {
 
 enum parameter_id : uint32_t {
-    id_output = 0x0001,   ///< output enabled, check box
-    id_name = 0x0002,     ///< device name, line edit
-    id_gain = 0x0003,     ///< gain in dB, spin box
+    id_output = 0x0001,    ///< output enabled, check box
+    id_name = 0x0002,      ///< device name, line edit
+    id_gain = 0x0003,      ///< gain in dB, spin box
     id_frequency = 0x0004, ///< frequency in MHz, double spin box
-    id_mode = 0x0005,     ///< operating mode, combo box
-    id_firmware = 0x0006, ///< firmware version, label
-    id_level = 0x0007,    ///< signal level in percent, progress bar
-    id_clock = 0x0008,    ///< device clock, date-time edit
-    id_address = 0x0009,  ///< bus address, 16-bit hexadecimal
-    id_mask = 0x000A      ///< interrupt mask, 32-bit hexadecimal
+    id_mode = 0x0005,      ///< operating mode, combo box
+    id_firmware = 0x0006,  ///< firmware version, label
+    id_level = 0x0007,     ///< signal level in percent, progress bar
+    id_clock = 0x0008,     ///< device clock, date-time edit
+    id_address = 0x0009,   ///< bus address, 16-bit hexadecimal
+    id_mask = 0x000A       ///< interrupt mask, 32-bit hexadecimal
 };
 
 struct parameter_t {

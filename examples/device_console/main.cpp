@@ -24,8 +24,8 @@ void ensure_log_location()
     const QString key = QStringLiteral("common/log_location");
     if (!settings.value(key).toString().isEmpty())
         return;
-    const QString logs = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)
-                       + QStringLiteral("/logs");
+    const QString logs =
+        QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + QStringLiteral("/logs");
     QDir().mkpath(logs);
     settings.setValue(key, logs);
 }

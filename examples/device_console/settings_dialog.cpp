@@ -23,7 +23,9 @@ const QVector<QPair<const char*, int>> command_keys = {
 
 } // namespace
 
-settings_dialog::settings_dialog(QWidget* parent) : QDialog(parent), _log_location(new QLineEdit)
+settings_dialog::settings_dialog(QWidget* parent)
+    : QDialog(parent)
+    , _log_location(new QLineEdit)
 {
     setWindowTitle(tr("Settings"));
     const QSettings settings;

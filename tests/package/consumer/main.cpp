@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <qzgui/qzgui_export.h>
-#include <qzgui/HexSpinBox.h>
-#include <qzgui/qzgui.h>
 #include <module_api/error_descriptor.h>
 #include <module_api/qz_module.h>
+#include <qzgui/HexSpinBox.h>
+#include <qzgui/qzgui.h>
+#include <qzgui/qzgui_export.h>
 
 #include <QApplication>
 
@@ -22,6 +22,6 @@ int main(int argc, char** argv)
 
     std::printf("%s %d %d\n", qPrintable(box.text()), box.value(), int(descriptor.media_type));
     const bool ok = box.text() == QLatin1String("0xFFFFFFFF") && box.value() == -1
-                 && descriptor.media_type == qz::api::proto::media_exception::no_device;
+        && descriptor.media_type == qz::api::proto::media_exception::no_device;
     return ok ? 0 : 1;
 }
