@@ -17,12 +17,17 @@ if(MODE STREQUAL "find_package")
     run(${CMAKE_COMMAND} --install "${QZGUI_BUILD_DIR}" --prefix "${WORK_DIR}/prefix")
     foreach(f include/qzgui/HexSpinBox.h include/qzgui/qzgui_export.h
               include/qzgui/sat_worker.h include/qzgui/log_controller.h
+              include/qzgui/HexSpinBox16.h include/qzgui/HexSpinBox32.h
               include/module_api/qz_module.h include/module_api/error_descriptor.h
               lib/cmake/qzgui/qzguiConfig.cmake lib/cmake/qzgui/qzguiConfigVersion.cmake)
         if(NOT EXISTS "${WORK_DIR}/prefix/${f}")
             message(FATAL_ERROR "not installed: ${f}")
         endif()
     endforeach()
+    file(GLOB_RECURSE plugin "${WORK_DIR}/prefix/libqzgui_designer.so")
+    if(EXPECT_DESIGNER AND NOT plugin)
+        message(FATAL_ERROR "the Designer plugin was not installed")
+    endif()
     if(EXPECT_QM AND NOT EXISTS "${WORK_DIR}/prefix/share/qzgui/translations/qzgui_de.qm")
         message(FATAL_ERROR "not installed: share/qzgui/translations/qzgui_de.qm")
     endif()
