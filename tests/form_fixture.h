@@ -96,6 +96,17 @@ struct form {
     }
 };
 
+/// The ids that collect_changed_params() yields, in its order.
+inline QVector<uint32_t> changed_ids(gui::ui_controller& controller)
+{
+    QVector<QPair<uint32_t, QVariant>> pairs;
+    controller.collect_changed_params(pairs);
+    QVector<uint32_t> ids;
+    for (const auto& pair : pairs)
+        ids << pair.first;
+    return ids;
+}
+
 } // namespace qz::test
 
 #endif

@@ -20,14 +20,6 @@ pairs_t collected(ui_controller& controller)
     return pairs;
 }
 
-QVector<uint32_t> ids_of(const pairs_t& pairs)
-{
-    QVector<uint32_t> ids;
-    for (const auto& pair : pairs)
-        ids << pair.first;
-    return ids;
-}
-
 } // namespace
 
 class tst_change_tracking : public QObject {
@@ -81,7 +73,7 @@ private slots:
         QTest::keyClick(f.datetime, Qt::Key_Up);
 
         const pairs_t pairs = collected(controller);
-        QCOMPARE(ids_of(pairs),
+        QCOMPARE(changed_ids(controller),
                  QVector<uint32_t>({id_check, id_line, id_spin, id_double, id_combo, id_datetime}));
         QCOMPARE(pairs[0].second, QVariant(true));
         QCOMPARE(pairs[0].second.userType(), int(QMetaType::Bool));
@@ -116,7 +108,7 @@ private slots:
         ui_controller controller(&f.widgets, &f.hints);
         f.combo->setCurrentIndex(-1);
         const pairs_t pairs = collected(controller);
-        QCOMPARE(ids_of(pairs), QVector<uint32_t>({id_combo}));
+        QCOMPARE(changed_ids(controller), QVector<uint32_t>({id_combo}));
         QVERIFY(!pairs[0].second.isValid());
     }
 
@@ -143,13 +135,13 @@ private slots:
         f.dspin->setValue(2);
         controller.remove_changed_parameter(id_line);
         controller.remove_changed_parameter(4711);
-        QCOMPARE(ids_of(collected(controller)), QVector<uint32_t>({id_spin, id_double}));
+        QCOMPARE(changed_ids(controller), QVector<uint32_t>({id_spin, id_double}));
         QVERIFY(f.hint(id_line)->font().underline());
         controller.clear_changed_parameters();
         QVERIFY(!controller.has_changed_parameters());
         QVERIFY(f.hint(id_spin)->font().underline());
         f.line->setText(QStringLiteral("b"));
-        QCOMPARE(ids_of(collected(controller)), QVector<uint32_t>({id_line}));
+        QCOMPARE(changed_ids(controller), QVector<uint32_t>({id_line}));
     }
 
     void discard_puts_values_back()

@@ -23,16 +23,6 @@ QList<uint32_t> reported(const QSignalSpy& spy)
     return ids;
 }
 
-QVector<uint32_t> changed_ids(ui_controller& controller)
-{
-    QVector<QPair<uint32_t, QVariant>> pairs;
-    controller.collect_changed_params(pairs);
-    QVector<uint32_t> ids;
-    for (const auto& pair : pairs)
-        ids << pair.first;
-    return ids;
-}
-
 } // namespace
 
 class tst_ui_controller : public QObject {
