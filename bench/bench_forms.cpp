@@ -10,9 +10,9 @@
 // cost O(n) inside Qt (for the mapper as much as for set_data). Steps: set_data for every id
 // under the loading flag; a user edit of every watched widget (reported per edit); collecting
 // the changes; discarding them; switching between two profiles that cover every spin box, double
-// spin box, combo box and label. Targets: every step grows at most 13-fold from 200 to 2,000
-// widgets (a single edit up to 20-fold: Qt 5's QObject::sender() walks the controller's
-// connections), and the 2,000-widget set_data pass takes at most the mapper's toFirst() time
+// spin box, combo box and label. Each step is the mean of 4 repetitions in a run. Targets: every step grows
+// at most 13-fold from 200 to 2,000 widgets (a single edit up to 20-fold: Qt 5's QObject::sender() walks the
+// controller's connections), and the 2,000-widget set_data pass takes at most the mapper's toFirst() time
 // (median of 5 interleaved runs).
 #include "bench_util.h"
 
@@ -163,8 +163,9 @@ struct bench_form {
     // A user edit of a watched widget through the setter the user's action ends in.
     void edit(uint32_t id, int round)
     {
-        QObject* object = widgets[id].second;
-        switch (widgets[id].first) {
+        const auto binding = widgets.value(id);
+        QObject* object = binding.second;
+        switch (binding.first) {
         case checkbox:
             static_cast<QCheckBox*>(object)->click();
             break;
@@ -200,7 +201,7 @@ double seconds(const std::function<void()>& step)
 }
 
 struct figures {
-    std::vector<double> set_data, edit, collect, discard, profiles, mapper;
+    std::vector<double> set_data, edit, collect, collect_warm, discard, profiles, mapper;
 };
 
 // Puts every widget into another state than the benchmark's values, untimed, so that the next
@@ -213,57 +214,87 @@ void scramble(bench_form& form)
     form.controller->set_loading_data(false);
 }
 
+// A user edit of every watched widget; returns how many there were.
+int edit_all(bench_form& form, int round)
+{
+    int edits = 0;
+    for (auto it = form.widgets.cbegin(); it != form.widgets.cend(); ++it) {
+        if (it->first == label || it->first == progressbar)
+            continue;
+        form.edit(it.key(), round);
+        ++edits;
+    }
+    return edits;
+}
+
+// Each step is timed over several repetitions that each do the whole work (the state it needs is
+// restored, untimed, in between), so that one cold pass over a fresh form does not decide.
+constexpr int passes = 4;
+
 void run_once(int count, int run, figures& f)
 {
     bench_form form(count);
-    const auto populate_by_mapper = [&] {
-        scramble(form);
-        f.mapper.push_back(seconds([&] { form.mapper.toFirst(); }));
-    };
-    const auto populate_by_set_data = [&] {
-        scramble(form);
-        f.set_data.push_back(seconds([&] {
-            form.controller->set_loading_data(true);
-            for (auto it = form.values.cbegin(); it != form.values.cend(); ++it)
-                form.controller->set_data(it.key(), it.value());
-            form.controller->set_loading_data(false);
-        }));
-    };
-    // Interleaved: each goes first in every other run.
-    if (run % 2) {
-        populate_by_mapper();
-        populate_by_set_data();
-    } else {
-        populate_by_set_data();
-        populate_by_mapper();
-    }
-    int edits = 0;
-    const double all_edits = seconds([&] {
-        for (uint32_t id = 0; id < uint32_t(count); ++id) {
-            const auto type = form.widgets[id].first;
-            if (type == label || type == progressbar)
-                continue;
-            form.edit(id, 1);
-            ++edits;
+    double mapper = 0;
+    double set_data = 0;
+    for (int pass = 0; pass < passes; ++pass) {
+        const auto by_mapper = [&] {
+            scramble(form);
+            mapper += seconds([&] { form.mapper.toFirst(); });
+        };
+        const auto by_set_data = [&] {
+            scramble(form);
+            set_data += seconds([&] {
+                form.controller->set_loading_data(true);
+                for (auto it = form.values.cbegin(); it != form.values.cend(); ++it)
+                    form.controller->set_data(it.key(), it.value());
+                form.controller->set_loading_data(false);
+            });
+        };
+        // Interleaved: each goes first in every other pass and run.
+        if ((run + pass) % 2) {
+            by_mapper();
+            by_set_data();
+        } else {
+            by_set_data();
+            by_mapper();
         }
-    });
-    f.edit.push_back(all_edits / edits);
-    // Collecting leaves the form as it is: repeated for a figure above the timer's noise.
-    constexpr int collects = 20;
-    f.collect.push_back(seconds([&] {
-                            for (int i = 0; i < collects; ++i) {
-                                QVector<QPair<uint32_t, QVariant>> changes;
-                                form.controller->collect_changed_params(changes);
-                            }
+    }
+    f.mapper.push_back(mapper / passes);
+    f.set_data.push_back(set_data / passes);
+
+    double edit = 0;
+    double collect = 0;
+    double collect_warm = 0;
+    double discard = 0;
+    double profiles = 0;
+    for (int pass = 0; pass < passes; ++pass) {
+        int edits = 0;
+        edit += seconds([&] { edits = edit_all(form, pass + 1); }) / edits;
+        const auto collect_once = [&] {
+            QVector<QPair<uint32_t, QVariant>> changes;
+            form.controller->collect_changed_params(changes);
+        };
+        // Right after the edits, as when the user presses Write; then again, back to back.
+        collect += seconds(collect_once);
+        constexpr int repeats = 10;
+        collect_warm += seconds([&] {
+                            for (int i = 0; i < repeats; ++i)
+                                collect_once();
                         })
-                        / collects);
-    f.discard.push_back(seconds([&] { form.controller->discard_changes(form.values); }));
-    f.profiles.push_back(seconds([&] {
-        form.controller->set_loading_data(true);
-        form.profiles.set_active_profile(1);
-        form.profiles.set_active_profile(0);
-        form.controller->set_loading_data(false);
-    }));
+            / repeats;
+        discard += seconds([&] { form.controller->discard_changes(form.values); });
+        profiles += seconds([&] {
+            form.controller->set_loading_data(true);
+            form.profiles.set_active_profile(1);
+            form.profiles.set_active_profile(0);
+            form.controller->set_loading_data(false);
+        });
+    }
+    f.edit.push_back(edit / passes);
+    f.collect.push_back(collect / passes);
+    f.collect_warm.push_back(collect_warm / passes);
+    f.discard.push_back(discard / passes);
+    f.profiles.push_back(profiles / passes);
 }
 
 } // namespace
@@ -290,7 +321,8 @@ int main(int argc, char** argv)
     std::printf("  %-34s %13s %13s %9s\n", "step", "200 widgets", "2,000 widgets", "growth");
     row("set_data, every id, loading", small.set_data, large.set_data, 13);
     row("one user edit (mean)", small.edit, large.edit, 20);
-    row("collect_changed_params", small.collect, large.collect, 13);
+    row("collect_changed_params (after edits)", small.collect, large.collect, 13);
+    row("collect_changed_params (repeated)", small.collect_warm, large.collect_warm, 13);
     row("discard_changes", small.discard, large.discard, 13);
     row("switch two profiles", small.profiles, large.profiles, 13);
     row("QDataWidgetMapper::toFirst (peer)", small.mapper, large.mapper, 13);

@@ -96,18 +96,11 @@ void ui_controller::_connect_signals()
     }
 }
 
-const ui_controller::binding_t* ui_controller::_binding(uint32_t id)
+const ui_controller::binding_t* ui_controller::_binding(uint32_t id) const
 {
-    // A QMap lookup chases a dozen scattered nodes in a large form; the index is flat.
-    if (!_widgets->isSharedWith(_indexed_widgets)) {
-        _indexed_widgets = *_widgets;
-        _widget_index.clear();
-        _widget_index.reserve(_indexed_widgets.size());
-        for (auto it = _indexed_widgets.cbegin(); it != _indexed_widgets.cend(); ++it)
-            _widget_index.insert(it.key(), it.value());
-    }
-    const auto it = _widget_index.constFind(id);
-    return it == _widget_index.constEnd() ? nullptr : &*it;
+    // Looked up in the caller's map each time: entries it adds or removes later are seen.
+    const auto it = _widgets->constFind(id);
+    return it == _widgets->constEnd() ? nullptr : &*it;
 }
 
 void ui_controller::set_data(uint32_t id, const QVariant& value)
@@ -187,6 +180,7 @@ void ui_controller::clear_changed_parameters()
 
 void ui_controller::collect_changed_params(QVector<QPair<uint32_t, QVariant>>& out)
 {
+    out.reserve(out.size() + _changed.size());
     for (const uint32_t id : qAsConst(_changed)) {
         const binding_t* it = _binding(id);
         if (!it)

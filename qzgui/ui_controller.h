@@ -4,7 +4,6 @@
 
 #include "qzgui/qzgui_export.h"
 
-#include <QHash>
 #include <QMap>
 #include <QObject>
 #include <QPair>
@@ -137,13 +136,9 @@ private:
 
     void _build_data_object_parameter_map();
     void _connect_signals();
-    const binding_t* _binding(uint32_t id);
+    const binding_t* _binding(uint32_t id) const;
 
     QMap<uint32_t, binding_t>* _widgets;
-    // A hash index of *_widgets, and the map it was built from, shared with the caller's: any
-    // change the caller makes detaches their map from this copy, and the index is rebuilt.
-    QMap<uint32_t, binding_t> _indexed_widgets;
-    QHash<uint32_t, binding_t> _widget_index;
     QMap<uint32_t, QWidget*>* _hint_widgets;
     QMap<QObject*, uint32_t> _parameters_by_widget;
     QVector<uint32_t> _changed;
