@@ -86,6 +86,24 @@ struct form {
 
     QLabel* hint(uint32_t id) const { return static_cast<QLabel*>(hints.value(id)); }
 
+    /**
+     * Edits every watched widget as a user does, in id order: clicks the check box, types @p text
+     * into the line edit, steps the spin box, double spin box, combo box and date-time edit by
+     * one with the arrow keys. The changed list then holds the watched ids in ascending order.
+     */
+    void edit_each_watched_widget(const QString& text)
+    {
+        click_check();
+        line->setFocus();
+        QTest::keyClicks(line, text);
+        const QList<QPair<QWidget*, Qt::Key>> steps = {
+            {spin, Qt::Key_Up}, {dspin, Qt::Key_Up}, {combo, Qt::Key_Down}, {datetime, Qt::Key_Up}};
+        for (const auto& step : steps) {
+            step.first->setFocus();
+            QTest::keyClick(step.first, step.second);
+        }
+    }
+
     /// Clicks the check box on its indicator, where a user clicks.
     void click_check() const
     {

@@ -60,17 +60,7 @@ private slots:
         form f;
         f.show();
         ui_controller controller(&f.widgets, &f.hints);
-        f.click_check();
-        f.line->setFocus();
-        QTest::keyClicks(f.line, QStringLiteral("typed"));
-        f.spin->setFocus();
-        QTest::keyClicks(f.spin, QStringLiteral("7"));
-        f.dspin->setFocus();
-        QTest::keyClick(f.dspin, Qt::Key_Up);
-        f.combo->setFocus();
-        QTest::keyClick(f.combo, Qt::Key_Down);
-        f.datetime->setFocus();
-        QTest::keyClick(f.datetime, Qt::Key_Up);
+        f.edit_each_watched_widget(QStringLiteral("typed"));
 
         const pairs_t pairs = collected(controller);
         QCOMPARE(changed_ids(controller),

@@ -94,16 +94,12 @@ public:
 class tst_sat_worker : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<qz::test::temporary_settings> _settings;
+    std::unique_ptr<qz::test::worker_environment> _environment;
 
 private slots:
-    void initTestCase()
-    {
-        qz::gui::register_meta_types();
-        _settings = std::make_unique<qz::test::temporary_settings>();
-    }
+    void initTestCase() { _environment = std::make_unique<qz::test::worker_environment>(); }
 
-    void init() { _settings->clear(); }
+    void init() { _environment->settings.clear(); }
 
     void new_worker_is_idle()
     {
@@ -273,7 +269,7 @@ private slots:
         QFETCH(int, mode);
         QFETCH(int, type);
         // A pipe-drain wait here would take an hour.
-        _settings->set(QStringLiteral("command/timeout_pipe"), 3600000);
+        _environment->settings.set(QStringLiteral("command/timeout_pipe"), 3600000);
         simulated_module module;
         module.set_mode(mode);
         module.fail_next_connect(fault_t::media(media_exception::exception_type_e(type), "f"));
@@ -288,7 +284,7 @@ private slots:
 
     void pipe_drain_waits_timeout_pipe()
     {
-        _settings->set(QStringLiteral("command/timeout_pipe"), 200);
+        _environment->settings.set(QStringLiteral("command/timeout_pipe"), 200);
         simulated_module module;
         module.set_mode(2);
         module.fail_next_connect(fault_t::media(media_exception::no_device, "no device"));
@@ -306,7 +302,7 @@ private slots:
 
     void stop_ends_pipe_drain_wait_at_once()
     {
-        _settings->set(QStringLiteral("command/timeout_pipe"), 3600000);
+        _environment->settings.set(QStringLiteral("command/timeout_pipe"), 3600000);
         simulated_module module;
         module.set_mode(2);
         module.fail_next_connect(fault_t::media(media_exception::no_device, "no device"));

@@ -67,14 +67,10 @@ int run_unregistered_child(int argc, char** argv)
 class tst_sat_worker_meta : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<qz::test::temporary_settings> _settings;
+    std::unique_ptr<qz::test::worker_environment> _environment;
 
 private slots:
-    void initTestCase()
-    {
-        qz::gui::register_meta_types();
-        _settings = std::make_unique<qz::test::temporary_settings>();
-    }
+    void initTestCase() { _environment = std::make_unique<qz::test::worker_environment>(); }
 
     void class_information()
     {

@@ -58,14 +58,10 @@ void at_a_steady_second(Check check)
 class tst_sat_worker_params : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<qz::test::temporary_settings> _settings;
+    std::unique_ptr<qz::test::worker_environment> _environment;
 
 private slots:
-    void initTestCase()
-    {
-        qz::gui::register_meta_types();
-        _settings = std::make_unique<qz::test::temporary_settings>();
-    }
+    void initTestCase() { _environment = std::make_unique<qz::test::worker_environment>(); }
 
     void empty_read_list_still_runs_an_operation()
     {

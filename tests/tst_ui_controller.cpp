@@ -132,17 +132,7 @@ private slots:
         ui_controller controller(&f.widgets, &f.hints);
         QSignalSpy spy(&controller, &ui_controller::on_data_changed);
 
-        f.click_check();
-        f.line->setFocus();
-        QTest::keyClicks(f.line, QStringLiteral("ab"));
-        f.spin->setFocus();
-        QTest::keyClick(f.spin, Qt::Key_Up);
-        f.dspin->setFocus();
-        QTest::keyClick(f.dspin, Qt::Key_Up);
-        f.combo->setFocus();
-        QTest::keyClick(f.combo, Qt::Key_Down);
-        f.datetime->setFocus();
-        QTest::keyClick(f.datetime, Qt::Key_Up);
+        f.edit_each_watched_widget(QStringLiteral("ab"));
 
         QCOMPARE(reported(spy),
                  QList<uint32_t>({id_check, id_line, id_line, id_spin, id_double, id_combo, id_datetime}));

@@ -158,6 +158,12 @@ private:
     QStringList _lines;
 };
 
+/// What the worker tests need first: the signature types registered and a private settings store.
+struct worker_environment {
+    worker_environment() { gui::register_meta_types(); }
+    temporary_settings settings;
+};
+
 } // namespace qz::test
 
 #endif
