@@ -2,8 +2,9 @@
 #ifndef QZGUI_LOG_CONTROLLER_H
 #define QZGUI_LOG_CONTROLLER_H
 
-#include "qzgui/log_item.h"
 #include "qzgui/qzgui_export.h"
+
+#include "qzgui/log_item.h"
 
 #include <QObject>
 #include <QString>

@@ -33,7 +33,6 @@ public:
     /// Moves @p object into the thread; call before start().
     void adopt(QObject& object) { object.moveToThread(_thread.get()); }
     void start() { _thread->start(); }
-    QThread* thread() const { return _thread.get(); }
 
     /// @return whether the function returned within @p timeout; the thread is then joined
     bool finished_within(std::chrono::milliseconds timeout)
