@@ -360,7 +360,7 @@ int main(int argc, char** argv)
     row("one user edit (mean)", small.edit, large.edit, 20);
     row("collect_changed_params (after edits)", small.collect, large.collect, 13);
     row("collect_changed_params (repeated)", small.collect_warm, large.collect_warm, 13);
-    row("  of which caller's map lookups", small.lookups, large.lookups, 0);
+    row("  caller's map lookups alone", small.lookups, large.lookups, 0);
     row("QDataWidgetMapper::submit (peer)", small.submit, large.submit, 0);
     row("discard_changes", small.discard, large.discard, 13);
     row("switch two profiles", small.profiles, large.profiles, 13);
