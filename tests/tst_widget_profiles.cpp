@@ -77,6 +77,21 @@ class tst_widget_profiles : public QObject {
         return child.readAllStandardError();
     }
 
+    // The child applies its first pair, then dies of the assertion with a report that names the failed
+    // @p expression and this checkout's source relative to its root.
+    void expect_fatal(const QByteArray& which, const char* expression)
+    {
+        QProcess::ExitStatus status = QProcess::NormalExit;
+        QByteArray out;
+        const QByteArray report = run_child(which, &status, &out);
+        QCOMPARE(status, QProcess::CrashExit);
+        QVERIFY2(report.contains(expression), report.constData());
+        QVERIFY2(report.contains("qzgui/widget_profile_controller.cpp:"), report.constData());
+        QVERIFY2(!report.contains("/qzgui/widget_profile_controller.cpp"), report.constData());
+        QVERIFY(out.contains("applying"));
+        QVERIFY(!out.contains("survived"));
+    }
+
 private slots:
     void records_carry_their_kind()
     {
@@ -316,26 +331,12 @@ private slots:
 
     void unregistered_profile_ends_the_process()
     {
-        QProcess::ExitStatus status = QProcess::NormalExit;
-        QByteArray out;
-        const QByteArray report = run_child("unregistered", &status, &out);
-        QCOMPARE(status, QProcess::CrashExit);
-        QVERIFY2(report.contains("_profiles.contains(profile_id)"), report.constData());
-        QVERIFY2(report.contains("qzgui/widget_profile_controller.cpp:"), report.constData());
-        QVERIFY2(!report.contains("/qzgui/widget_profile_controller.cpp"), report.constData());
-        QVERIFY(out.contains("applying"));
-        QVERIFY(!out.contains("survived"));
+        expect_fatal("unregistered", "_profiles.contains(profile_id)");
     }
 
     void record_without_handler_ends_the_process()
     {
-        QProcess::ExitStatus status = QProcess::NormalExit;
-        QByteArray out;
-        const QByteArray report = run_child("no-handler", &status, &out);
-        QCOMPARE(status, QProcess::CrashExit);
-        QVERIFY2(report.contains("_handlers.contains( wp->type)"), report.constData());
-        QVERIFY2(report.contains("qzgui/widget_profile_controller.cpp:"), report.constData());
-        QVERIFY(!out.contains("survived"));
+        expect_fatal("no-handler", "_handlers.contains( wp->type)");
     }
 };
 
