@@ -75,8 +75,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     int pos = raw_pos;
     const QValidator::State state = box.validate(output, pos);
 
-    const QString digits = (input.startsWith(QLatin1String("0x")) ? input.mid(2) : input).trimmed();
-    check(pos >= 0 && pos <= output.size(), "cursor outside the text", input, output);
+    const QString untrimmed = input.startsWith(QLatin1String("0x")) ? input.mid(2) : input;
+    const QString digits = untrimmed.trimmed();
+    // The cursor moves left by exactly the blanks trimmed, unclamped.
+    check(pos == raw_pos - (untrimmed.size() - digits.size()), "cursor not moved by the trimmed blanks",
+          input, output);
     if (digits.isEmpty()) {
         check(state == QValidator::Intermediate, "empty text not intermediate", input, output);
         check(output == input, "empty text rewritten", input, output);

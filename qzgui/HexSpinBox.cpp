@@ -30,15 +30,14 @@ QValidator::State HexSpinBox::validate(QString& input, int& pos) const
     // how toUInt() reads it.
     QString digits = input.startsWith(hex_prefix) ? input.mid(hex_prefix.size()) : input;
     const QString trimmed = digits.trimmed();
-    // The prefix characters are not subtracted: the prefix is put back in front below.
+    // The prefix characters are not subtracted: the prefix is put back in front below. Nor is the
+    // position clamped: one inside leading blanks goes below 0, and the editor copes (see the
+    // constructor).
     pos -= digits.size() - trimmed.size();
-    if (trimmed.isEmpty()) {
-        pos = qBound(0, pos, input.size());
+    if (trimmed.isEmpty())
         return QValidator::Intermediate;
-    }
 
     input = hex_prefix + trimmed.toUpper();
-    pos = qBound(0, pos, input.size());
 
     bool ok = false;
     const uint number = trimmed.toUInt(&ok, 16);

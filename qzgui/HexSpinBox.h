@@ -44,7 +44,8 @@ public:
      * removed (moving @p pos left by their number) and the digits are upper-cased behind a fresh
      * "0x". Empty text is left alone as intermediate input.
      * @param input the whole edited text, prefix included; rewritten unless it is empty
-     * @param pos the cursor position; kept within the text
+     * @param pos the cursor position; lowered by the number of blanks removed, without clamping
+     *        (it may fall below 0 or stay past the end; the spin box's editor copes with both)
      * @return Intermediate for empty text, Acceptable for a hexadecimal number within the range,
      *         Invalid for anything else
      */

@@ -1,10 +1,27 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/local_time.h"
 
+#include <QLocale>
+
 #include <algorithm>
 #include <limits>
 
 namespace qz::gui {
+
+namespace {
+
+// Whether QDateTime::toString(format) writes the digits 0 to 9. Qt 5 renders with the system
+// locale, whose digits may be others (Arabic-Indic on an Arabic desktop); Qt 6 always with C's.
+bool log_time_digits_are_ascii()
+{
+#if QT_VERSION_MAJOR >= 6
+    return true;
+#else
+    return QLocale::system().zeroDigit() == QLatin1Char('0');
+#endif
+}
+
+} // namespace
 
 QDateTime local_now()
 {
@@ -21,10 +38,11 @@ QDateTime local_now()
 QString format_log_time(const QDateTime& time, const QString& rest)
 {
     // Qt's format parser costs more than the rest of a log line together; the fields are written
-    // directly where the result is certain to be the same: four-digit years.
+    // directly where the result is certain to be the same: four-digit years in ASCII digits.
     const QDate date = time.date();
     const QTime clock = time.time();
-    if (!date.isValid() || !clock.isValid() || date.year() < 0 || date.year() > 9999)
+    if (!date.isValid() || !clock.isValid() || date.year() < 0 || date.year() > 9999
+        || !log_time_digits_are_ascii())
         return time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss,zzz  ")) + rest;
 
     constexpr int stamp_size = 25;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/HexSpinBox.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QtTest>
@@ -140,8 +142,12 @@ private slots:
         QTest::newRow("prefix alone") << true << "0x" << 2 << I << "0x" << 2;
         QTest::newRow("prefix alone, 32-bit") << false << "0x" << 2 << I << "0x" << 2;
         QTest::newRow("blanks alone") << true << "0x   " << 5 << I << "0x   " << 2;
-        QTest::newRow("blanks, cursor at start") << true << "0x   " << 0 << I << "0x   " << 0;
-        QTest::newRow("cursor kept in text") << true << "0x 1f " << 1 << A << "0x1F" << 0;
+        // The position drops by every blank trimmed and is not clamped to the text.
+        QTest::newRow("blanks, cursor at start") << true << "0x   " << 0 << I << "0x   " << -3;
+        QTest::newRow("cursor in the prefix goes below 0") << true << "0x 1f " << 1 << A << "0x1F" << -1;
+        QTest::newRow("cursor inside leading blanks") << true << "0x  ab  " << 3 << A << "0xAB" << -1;
+        QTest::newRow("cursor past the end stays past it") << false << "0x 1f" << 9 << A << "0x1F" << 8;
+        QTest::newRow("cursor past the end, no blanks") << false << "0x1f" << 7 << A << "0x1F" << 7;
     }
 
     void validate()
@@ -164,7 +170,7 @@ private slots:
         int pos = 2;
         QCOMPARE(box.validate(input, pos), QValidator::Invalid);
         QVERIFY(input.startsWith(QLatin1String("0x")));
-        QVERIFY(pos >= 0 && pos <= input.size());
+        QCOMPARE(pos, 2);
     }
 
     void hex_value_round_trip_data()
@@ -265,6 +271,65 @@ private slots:
         QTest::keyClicks(&box, QStringLiteral("a"));
         QCOMPARE(shown(box), QStringLiteral("0xA2"));
         QCOMPARE(box.value(), 0xA2);
+    }
+
+    void blank_typed_at_the_start_is_dropped()
+    {
+        HexSpinBox box(true);
+        box.setHexValue(0x1F);
+        box.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&box));
+        box.setFocus();
+        QLineEdit* editor = box.findChild<QLineEdit*>();
+        QTest::keyClick(&box, Qt::Key_Home);
+        QCOMPARE(editor->cursorPosition(), 0);
+        // The validator hands back a position below 0; the editor puts the cursor in front of the
+        // digits, where the next key lands.
+        QTest::keyClicks(&box, QStringLiteral(" "));
+        QCOMPARE(shown(box), QStringLiteral("0x1F"));
+        QCOMPARE(editor->cursorPosition(), 2);
+        QCOMPARE(box.value(), 0x1F);
+        QTest::keyClicks(&box, QStringLiteral("2"));
+        QCOMPARE(shown(box), QStringLiteral("0x21F"));
+        QCOMPARE(box.value(), 0x21F);
+    }
+
+    void pasted_text_with_blanks_is_trimmed()
+    {
+        HexSpinBox box(true);
+        box.setHexValue(0x42);
+        box.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&box));
+        box.setFocus();
+        QApplication::clipboard()->setText(QStringLiteral(" 1f "));
+        QTest::keyClick(&box, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(&box, Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(shown(box), QStringLiteral("0x1F"));
+        QCOMPARE(box.findChild<QLineEdit*>()->cursorPosition(), 4);
+        QCOMPARE(box.value(), 0x1F);
+        QTest::keyClicks(&box, QStringLiteral("2"));
+        QCOMPARE(shown(box), QStringLiteral("0x1F2"));
+        QCOMPARE(box.value(), 0x1F2);
+    }
+
+    void blank_typed_inside_leading_blanks_keeps_the_cursor_in_the_text()
+    {
+        HexSpinBox box(true);
+        open_and_clear(box);
+        QLineEdit* editor = box.findChild<QLineEdit*>();
+        QTest::keyClicks(&box, QStringLiteral("   "));
+        QCOMPARE(shown(box), QStringLiteral("0x   "));
+        editor->setCursorPosition(2);
+        // Four blanks with the cursor behind the first: the validator says -1, the text stays.
+        QTest::keyClicks(&box, QStringLiteral(" "));
+        QCOMPARE(shown(box), QStringLiteral("0x    "));
+        QVERIFY(editor->cursorPosition() >= 0 && editor->cursorPosition() <= shown(box).size());
+        QTest::keyClicks(&box, QStringLiteral("5"));
+        QCOMPARE(shown(box), QStringLiteral("0x5"));
+        QCOMPARE(box.value(), 5);
+        QTest::keyClicks(&box, QStringLiteral("6"));
+        QCOMPARE(shown(box), QStringLiteral("0x56"));
+        QCOMPARE(box.value(), 0x56);
     }
 
     void stepping_up_shows_hex()

@@ -19,6 +19,8 @@ using qz::gui::log_item;
 namespace {
 
 const char hang_child[] = "--batch-with-limit";
+const char locale_child[] = "--lines-in-system-locale";
+const QString log_time_format = QStringLiteral("yyyy-MM-dd HH:mm:ss,zzz  ");
 const QString stamp = QStringLiteral("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d,\\d{3}  ");
 constexpr int batch_timeout_ms = 20000;
 
@@ -64,6 +66,54 @@ int run_limit_child(int argc, char** argv, unsigned int limit)
         app.quit();
     });
     return app.exec();
+}
+
+// Whether @p line is "<QDateTime::toString of a moment in [from, to]><rest>".
+bool rendered_by_qt(const QString& line, const QDateTime& from, const QDateTime& to, const QString& rest)
+{
+    for (QDateTime moment = from; moment <= to; moment = moment.addMSecs(1))
+        if (line == moment.toString(log_time_format) + rest)
+            return true;
+    return false;
+}
+
+// Child process, started under another system locale: the record, the file and the list all show
+// the date exactly as QDateTime::toString renders it. Prints what it saw, and exits 1 on a mismatch.
+int run_locale_child(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    qz::test::temporary_settings settings;
+    QTemporaryDir logs;
+    settings.set(QStringLiteral("common/log_location"), logs.path());
+    int failures = 0;
+    const auto report = [&failures](const char* what, const QString& text, bool ok) {
+        std::printf("%s %s: %s\n", ok ? "ok" : "MISMATCH", what, text.toUtf8().constData());
+        failures += ok ? 0 : 1;
+    };
+
+    const QDateTime fixed(QDate(2024, 3, 2), QTime(14, 3, 7, 45));
+    const QString record = log_item(log_item::WARN, QStringLiteral("link lost"), fixed).toString();
+    report("record", record, record == fixed.toString(log_time_format) + "WARN  link lost");
+
+    QListWidget list;
+    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
+    log_controller log(nullptr, QStringLiteral("locale"), &list);
+    log.log(log_item::ERROR, QStringLiteral("in the system locale"));
+    const QDateTime after = QDateTime::currentDateTime().addMSecs(1);
+    if (!QTest::qWaitFor([&list] { return list.count() == 3; }, batch_timeout_ms))
+        report("list rows", QString::number(list.count()), false);
+    const QString rest = QStringLiteral("ERROR in the system locale");
+    const QList<QByteArray> lines = read_file(log.get_log_file_name()).split('\n');
+    report("file", QString::fromUtf8(lines.value(2)),
+           lines.size() == 4 && rendered_by_qt(QString::fromUtf8(lines[2]), before, after, rest + "\r"));
+    const QString row = list.count() == 3 ? list.item(2)->text() : QString();
+    report("list", row, rendered_by_qt(row, before, after, rest));
+    const QString stem = logs.path() + QDir::separator() + QStringLiteral("locale-");
+    bool named = false;
+    for (QDateTime second = before.addSecs(-1); second <= after; second = second.addSecs(1))
+        named = named || log.get_log_file_name() == stem + second.toString("yyyyMMdd-HHmmss") + ".log";
+    report("file name", log.get_log_file_name(), named);
+    return failures == 0 ? 0 : 1;
 }
 
 } // namespace
@@ -487,6 +537,40 @@ private slots:
         QVERIFY(after.endsWith("INFO  waiting\r\n"));
     }
 
+    void dates_follow_the_system_locale_like_qt_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("record");
+        // Qt 5 renders a date format with the system locale's digits, Qt 6 with the C locale's.
+        const bool qt5 = QT_VERSION_MAJOR == 5;
+        QTest::newRow("ar_EG") << "ar_EG.UTF-8"
+                               << (qt5 ? QString::fromUtf8("٢٠٢٤-٠٣-٠٢ ١٤:٠٣:٠٧,٠٤٥  WARN  link lost")
+                                       : QStringLiteral("2024-03-02 14:03:07,045  WARN  link lost"));
+        QTest::newRow("fa_IR") << "fa_IR.UTF-8"
+                               << (qt5 ? QString::fromUtf8("۲۰۲۴-۰۳-۰۲ ۱۴:۰۳:۰۷,۰۴۵  WARN  link lost")
+                                       : QStringLiteral("2024-03-02 14:03:07,045  WARN  link lost"));
+        QTest::newRow("de_DE") << "de_DE.UTF-8"
+                               << "2024-03-02 14:03:07,045  WARN  link lost";
+        QTest::newRow("C") << "C"
+                           << "2024-03-02 14:03:07,045  WARN  link lost";
+    }
+
+    void dates_follow_the_system_locale_like_qt()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, record);
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("LC_ALL"), locale);
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(locale_child)});
+        QVERIFY(child.waitForFinished(120000));
+        const QString output = QString::fromUtf8(child.readAllStandardOutput());
+        QVERIFY2(child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0, qPrintable(output));
+        QVERIFY2(output.contains("ok record: " + record + "\n"), qPrintable(output));
+        QVERIFY2(output.contains("ok file: ") && output.contains("ok list: "), qPrintable(output));
+    }
+
     void list_gets_the_context_menu()
     {
         QListWidget list;
@@ -497,9 +581,12 @@ private slots:
 
 int main(int argc, char** argv)
 {
-    for (int i = 1; i + 1 < argc; ++i)
-        if (qstrcmp(argv[i], hang_child) == 0)
+    for (int i = 1; i < argc; ++i) {
+        if (i + 1 < argc && qstrcmp(argv[i], hang_child) == 0)
             return run_limit_child(argc, argv, QByteArray(argv[i + 1]).toUInt());
+        if (qstrcmp(argv[i], locale_child) == 0)
+            return run_locale_child(argc, argv);
+    }
     QApplication app(argc, argv);
     tst_log_controller test;
     return QTest::qExec(&test, argc, argv);
