@@ -25,7 +25,7 @@ namespace qz::gui {
 class QZGUI_EXPORT log_item {
 public:
     /// The severity scale of the log.
-    enum log_level_e : int32_t {
+    enum log_level_e : int {
         INFO = 0,  ///< ordinary progress; label "INFO "
         WARN = 1,  ///< warning; label "WARN "
         ERROR = 2, ///< failure; label "ERROR"

@@ -75,7 +75,7 @@ class QZGUI_EXPORT sat_worker : public QObject {
 
 public:
     /// The state of the link to the device; the numbers key the message catalogue.
-    enum connection_state_e {
+    enum connection_state_e : int {
         state_connecting = 0,   ///< the worker has begun to connect the module
         state_connected = 1,    ///< the module's connect returned
         state_disconnected = 2, ///< initial state; after every disconnect and failed connect
@@ -84,7 +84,7 @@ public:
     };
 
     /// The phase of an operation; the numbers key the message catalogue.
-    enum operation_status_e {
+    enum operation_status_e : int {
         status_begin = 0, ///< an operation starts
         status_end = 1,   ///< an operation is over, successful or not
         status_error = 2  ///< for clients and subclasses; the worker never emits it
@@ -92,7 +92,7 @@ public:
 
     /// The kind of an operation. The worker itself runs op_read and op_write; the others are
     /// for concrete workers. The numbers key the message catalogue.
-    enum operation_type_e {
+    enum operation_type_e : int {
         op_read = 0,       ///< a read sweep, "READ"
         op_write = 1,      ///< a write sweep, "WRITE"
         op_reset = 2,      ///< "RESET"

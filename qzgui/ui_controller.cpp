@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/ui_controller.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDateTimeEdit>
-#include <QDoubleSpinBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QProgressBar>
-#include <QSpinBox>
+#include "qzgui/widget_kind.h"
+
 #include <QToolTip>
+#include <QWidget>
 
 #include <stdexcept>
 
@@ -20,49 +15,6 @@ namespace {
 [[noreturn]] void invalid_parameter()
 {
     throw std::runtime_error("invalid parameter");
-}
-
-// The watched signal of each kind, in the name-based form QObject::connect() takes; null for kinds
-// that are never watched.
-const char* watched_signal(widget_type_e type)
-{
-    switch (type) {
-    case checkbox:
-        return "2clicked(bool)"; // user clicks only, unlike the others
-    case lineedit:
-        return "2textChanged(QString)";
-    case spinbox:
-        return "2valueChanged(int)";
-    case doublespinbox:
-        return "2valueChanged(double)";
-    case combobox:
-        return "2currentTextChanged(QString)";
-    case datetimeedit:
-        return "2dateTimeChanged(QDateTime)";
-    default:
-        return nullptr;
-    }
-}
-
-// The class a kind names, as the connect sees it: a failed cast gives a null sender.
-QObject* as_watched_class(widget_type_e type, QObject* object)
-{
-    switch (type) {
-    case checkbox:
-        return qobject_cast<QCheckBox*>(object);
-    case lineedit:
-        return qobject_cast<QLineEdit*>(object);
-    case spinbox:
-        return qobject_cast<QSpinBox*>(object);
-    case doublespinbox:
-        return qobject_cast<QDoubleSpinBox*>(object);
-    case combobox:
-        return qobject_cast<QComboBox*>(object);
-    case datetimeedit:
-        return qobject_cast<QDateTimeEdit*>(object);
-    default:
-        return nullptr;
-    }
 }
 
 } // namespace
@@ -88,11 +40,14 @@ void ui_controller::_build_data_object_parameter_map()
 void ui_controller::_connect_signals()
 {
     for (auto it = _widgets->cbegin(); it != _widgets->cend(); ++it) {
-        const widget_type_e type = it->first;
-        if (type > inert)
+        // Any number may stand in the caller's map: those above inert are refused, those below 0
+        // are never watched.
+        if (it->first > inert)
             invalid_parameter();
-        if (const char* signal = watched_signal(type))
-            connect(as_watched_class(type, it->second), signal, this, "1_on_data_changed()");
+        const widget_kind_t* kind = widget_kind(it->first);
+        // A failed cast gives a null sender: that one connect fails with Qt's warning.
+        if (kind && kind->watched_signal)
+            connect(as_widget_class(*kind, it->second), kind->watched_signal, this, "1_on_data_changed()");
     }
 }
 
@@ -108,38 +63,11 @@ void ui_controller::set_data(uint32_t id, const QVariant& value)
     const binding_t* it = _binding(id);
     if (!it)
         return;
-    // The object is taken as the class its kind names; the caller vouches for that.
-    QObject* object = it->second;
-    switch (it->first) {
-    case checkbox:
-        static_cast<QCheckBox*>(object)->setChecked(value.toBool());
-        break;
-    case lineedit:
-        static_cast<QLineEdit*>(object)->setText(value.toString());
-        break;
-    case spinbox:
-        static_cast<QSpinBox*>(object)->setValue(value.toInt());
-        break;
-    case doublespinbox:
-        static_cast<QDoubleSpinBox*>(object)->setValue(value.toDouble());
-        break;
-    case combobox: {
-        auto* box = static_cast<QComboBox*>(object);
-        box->setCurrentIndex(box->findData(QVariant(value.toUInt()), Qt::UserRole));
-        break;
-    }
-    case label:
-        static_cast<QLabel*>(object)->setText(value.toString());
-        break;
-    case progressbar:
-        static_cast<QProgressBar*>(object)->setValue(value.toInt());
-        break;
-    case datetimeedit:
-        static_cast<QDateTimeEdit*>(object)->setDateTime(value.toDateTime());
-        break;
-    default:
+    // Inert widgets and numbers that name no kind cannot be written.
+    const widget_kind_t* kind = widget_kind(it->first);
+    if (!kind || !kind->write)
         invalid_parameter();
-    }
+    kind->write(it->second, value);
 }
 
 void ui_controller::set_loading_data(bool loading)
@@ -185,31 +113,10 @@ void ui_controller::collect_changed_params(QVector<QPair<uint32_t, QVariant>>& o
         const binding_t* it = _binding(id);
         if (!it)
             continue;
-        QObject* object = it->second;
-        QVariant value;
-        switch (it->first) {
-        case checkbox:
-            value = static_cast<QCheckBox*>(object)->checkState() == Qt::Checked;
-            break;
-        case lineedit:
-            value = static_cast<QLineEdit*>(object)->text();
-            break;
-        case spinbox:
-            value = static_cast<QSpinBox*>(object)->value();
-            break;
-        case doublespinbox:
-            value = static_cast<QDoubleSpinBox*>(object)->value();
-            break;
-        case combobox:
-            value = static_cast<QComboBox*>(object)->currentData(Qt::UserRole);
-            break;
-        case datetimeedit:
-            value = static_cast<QDateTimeEdit*>(object)->dateTime();
-            break;
-        default:
-            continue; // labels, progress bars and inert widgets carry no value to write
-        }
-        out.append(qMakePair(id, value));
+        // Labels, progress bars, inert widgets and unknown kinds carry no value to write.
+        const widget_kind_t* kind = widget_kind(it->first);
+        if (kind && kind->read)
+            out.append(qMakePair(id, kind->read(it->second)));
     }
 }
 

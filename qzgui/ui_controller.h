@@ -17,7 +17,7 @@ class QWidget;
 namespace qz::gui {
 
 /// The kind of a bound form widget; also the kind of a widget profile record.
-enum widget_type_e {
+enum widget_type_e : int {
     checkbox = 0,      ///< QCheckBox, watched through clicked(bool)
     lineedit = 1,      ///< QLineEdit, watched through textChanged(QString)
     spinbox = 2,       ///< QSpinBox, watched through valueChanged(int)

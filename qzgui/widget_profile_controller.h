@@ -19,7 +19,7 @@ class QWidget;
 namespace qz::gui {
 
 /// What a double spin box profile does with the box's value once the new range is set.
-enum value_policy_e : int32_t {
+enum value_policy_e : int {
     keep_value = 0,  ///< the earlier value, clamped into the new range
     set_minimum = 1, ///< the profile's minimum
     set_maximum = 2  ///< the profile's maximum
