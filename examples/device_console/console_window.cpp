@@ -9,9 +9,12 @@
 
 #include <qzgui/HexSpinBox.h>
 #include <qzgui/log_controller.h>
+#include <qzgui/parameter_file.h>
 
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QDateTimeEdit>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
@@ -85,10 +88,61 @@ console_window::console_window(qz::sim::simulated_module& module, QWidget* paren
 
 console_window::~console_window()
 {
-    _worker->stop();
-    _worker_thread.quit();
-    _worker_thread.wait();
+    _stop_worker();
     delete _worker;
+}
+
+void console_window::closeEvent(QCloseEvent* event)
+{
+    _stop_worker();
+    QMainWindow::closeEvent(event);
+}
+
+void console_window::showEvent(QShowEvent* event)
+{
+    if (!_worker_thread.isRunning())
+        _worker_thread.start();
+    QMainWindow::showEvent(event);
+}
+
+void console_window::_stop_worker()
+{
+    if (!_worker_thread.isRunning())
+        return;
+    _worker_thread.quit();
+    // Stopped again until the thread is gone: a request that was queued when the first stop came
+    // starts afresh and must be cut short too.
+    do
+        _worker->stop();
+    while (!_worker_thread.wait(50));
+    // The worker's last reports (the stop, the disconnect, the end of the operation) are queued to
+    // this window; they reach the log now, before the window goes.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+QWidget* console_window::field(uint32_t id) const
+{
+    return static_cast<QWidget*>(_widgets.value(id).second);
+}
+
+QVector<uint32_t> console_window::pending_ids() const
+{
+    QVector<QPair<uint32_t, QVariant>> changes;
+    _form->collect_changed_params(changes);
+    QVector<uint32_t> ids;
+    for (const auto& change : qAsConst(changes))
+        ids.append(change.first);
+    return ids;
+}
+
+QVariant console_window::field_value(uint32_t id) const
+{
+    return qz::gui::read_form_values({{id, _widgets.value(id)}}).value(id);
+}
+
+bool console_window::_is_pending(uint32_t id) const
+{
+    return pending_ids().contains(id);
 }
 
 QWidget* console_window::_build_form()
@@ -247,27 +301,22 @@ void console_window::_connect_worker()
         _status->setText(tr("Device: %1").arg(state));
         _log->log(log_item::INFO, QStringLiteral("connection: ") + state);
     });
+    // Failure texts carry the device's own message: logged printable, as one line.
     connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
         _log->log(log_item::ERROR,
-                  QStringLiteral("connection error: ") + _texts.get_error_descriptor_string(err));
+                  QStringLiteral("connection error: ") + printable(_texts.get_error_descriptor_string(err)));
     });
     connect(_worker, &sat_worker::on_operation_error, this,
             [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
                 _log->log(log_item::ERROR,
                           _texts.get_operation_error_string(op) + QStringLiteral(": ")
-                              + _texts.get_error_descriptor_string(err));
+                              + printable(_texts.get_error_descriptor_string(err)));
             });
     connect(_worker, &sat_worker::on_get_param, this, &console_window::_on_value);
     connect(
         _worker, &sat_worker::on_get_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
-    connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
-        _log->log(log_item::QZTTC,
-                  QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
-        _last_read.insert(id, value);
-        _form->remove_changed_parameter(id);
-        _form->set_hint_for_changed_value(id, false, QString());
-    });
+    connect(_worker, &sat_worker::on_set_param, this, &console_window::_on_written);
     connect(
         _worker, &sat_worker::on_set_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
@@ -276,15 +325,14 @@ void console_window::_connect_worker()
 void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
 {
     _log->log(log_item::INFO, _texts.get_operation_type_string(op, status));
-    const bool begins = status == sat_worker::status_begin;
-    _set_busy(begins);
-    if (begins && op == sat_worker::op_read) {
-        // Fresh values replace what the user had changed.
-        _form->clear_changed_parameters();
-        _form->clear_hints();
+    if (status == sat_worker::status_begin) {
+        // Error hints belong to the operation that set them. Pending changes stay: only a value
+        // from the device, a confirmed write or Discard settles a field.
+        _clear_error_hints();
+        return;
     }
-    if (!begins)
-        emit operation_finished();
+    _set_busy(false);
+    emit operation_finished();
 }
 
 void console_window::_on_value(uint32_t id, const QVariant& value)
@@ -292,14 +340,67 @@ void console_window::_on_value(uint32_t id, const QVariant& value)
     _log->log(log_item::QZTTC,
               QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
     _last_read.insert(id, value);
-    _form->set_loading_data(true);
+    _show_device_value(id, value);
+}
+
+void console_window::_on_written(uint32_t id, const QVariant& value)
+{
+    _log->log(log_item::QZTTC,
+              QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
+    _last_read.insert(id, value);
+    // A field edited again while its write ran keeps its newer value, pending. Any other field
+    // shows what the device now holds, also one whose change was discarded meanwhile.
+    if (_is_pending(id) && field_value(id) != value)
+        return;
+    _show_device_value(id, value);
+}
+
+void console_window::_show_device_value(uint32_t id, const QVariant& value)
+{
+    // Written as an edit, not under the loading flag: where the active profile cannot show the
+    // value (out of range, too many decimals, an item it lacks), the field changes to something
+    // else and the form records that as a change the device does not hold. A pending field keeps
+    // its own value then: the device's value did not replace it.
+    const bool was_pending = _is_pending(id);
+    const QVariant before = field_value(id);
     _form->set_data(id, value);
-    _form->set_loading_data(false);
+    if (was_pending && field_value(id) != value)
+        _form->set_data(id, before);
+    _settle(id);
+}
+
+void console_window::_settle(uint32_t id)
+{
+    const QMap<uint32_t, QVariant> shown = qz::gui::read_form_values({{id, _widgets.value(id)}});
+    const auto device = _last_read.constFind(id);
+    // Fields without a value, and fields never read, have nothing to disagree with.
+    if (!shown.contains(id) || device == _last_read.constEnd() || shown.value(id) == *device) {
+        _form->remove_changed_parameter(id);
+        _form->set_hint_for_changed_value(id, false, QString());
+        return;
+    }
+    if (_is_pending(id)) {
+        _log->log(log_item::INFO,
+                  QStringLiteral("%1: %2 is pending, the device holds %3")
+                      .arg(parameter_name(id), format_value(id, shown.value(id)), format_value(id, *device)));
+        return;
+    }
+    // The field already showed the nearest value it can, so no edit marked it: say so instead.
+    const QString text = QStringLiteral("the device holds %1, which the active profile cannot show")
+                             .arg(format_value(id, *device));
+    _log->log(log_item::WARN, parameter_name(id) + QStringLiteral(": ") + text);
+    _form->set_hint_for_error(id, true, text);
+}
+
+void console_window::_clear_error_hints()
+{
+    for (auto it = _hints.cbegin(); it != _hints.cend(); ++it)
+        _form->set_hint_for_error(it.key(), false, QString());
 }
 
 void console_window::_on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err)
 {
-    const QString text = _texts.get_error_descriptor_string(err);
+    const QString text = printable(_texts.get_error_descriptor_string(err));
     _log->log(log_item::ERROR,
               QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
     _form->set_hint_for_error(id, true, text);
@@ -307,23 +408,31 @@ void console_window::_on_parameter_error(const char* what, uint32_t id, const qz
 
 void console_window::_set_busy(bool busy)
 {
+    // One request at a time: Read and Write are disabled as soon as a request is made, not when
+    // the worker begins it, so a quick second click cannot queue another. Discard stays: it only
+    // touches the form.
+    _busy = busy;
     _read->setEnabled(!busy);
     _write->setEnabled(!busy);
-    _discard->setEnabled(!busy);
     _stop->setEnabled(busy);
 }
 
 void console_window::read_all()
 {
+    if (_busy)
+        return;
     _apply_faults();
     QVector<uint32_t> ids;
     for (const parameter_t& p : parameters())
         ids.append(p.id);
+    _set_busy(true);
     emit _worker->get_params(ids);
 }
 
 void console_window::write_changes()
 {
+    if (_busy)
+        return;
     QVector<QPair<uint32_t, QVariant>> changes;
     _form->collect_changed_params(changes);
     if (changes.isEmpty()) {
@@ -331,12 +440,21 @@ void console_window::write_changes()
         return;
     }
     _apply_faults();
+    _set_busy(true);
     emit _worker->set_params(changes);
 }
 
 void console_window::discard_changes()
 {
-    _form->discard_changes(_last_read);
+    // Each pending field gets the device's value back the way a value from the device comes in;
+    // one that the active profile cannot show it in keeps its pending value.
+    for (const uint32_t id : pending_ids()) {
+        const auto device = _last_read.constFind(id);
+        if (device != _last_read.constEnd())
+            _show_device_value(id, *device);
+        else
+            _settle(id);
+    }
 }
 
 void console_window::stop()
@@ -348,11 +466,16 @@ void console_window::stop()
 void console_window::select_profile(int index)
 {
     _profile->setCurrentIndex(index);
-    // Reconfiguring is not an edit: the form is told it is loading meanwhile.
-    _form->set_loading_data(true);
-    _profiles.set_active_profile(uint32_t(index));
-    _form->set_loading_data(false);
     _log->log(log_item::INFO, QStringLiteral("profile: ") + _profile->itemText(index));
+    // Applied without the loading flag, so the form records every field the profile changes. A
+    // field it changed to a value the device does not hold (a clamped gain, a rounded frequency,
+    // a mode the profile lacks) stays a pending change that the next Write sends; the others,
+    // such as a combo box refilled with its item kept, settle again at once.
+    const QVector<uint32_t> before = pending_ids();
+    _profiles.set_active_profile(uint32_t(index));
+    for (const uint32_t id : pending_ids())
+        if (!before.contains(id))
+            _settle(id);
 }
 
 void console_window::set_unplugged(bool on)

@@ -14,6 +14,8 @@
 
 class QAction;
 class QCheckBox;
+class QCloseEvent;
+class QShowEvent;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -47,11 +49,12 @@ public:
     /// Stops the worker, ends its thread, then destroys it.
     ~console_window() override;
 
-    /// Reads every parameter from the device.
+    /// Reads every parameter from the device; ignored while an operation runs.
     void read_all();
-    /// Writes the parameters the user changed.
+    /// Writes the parameters the user changed; ignored while an operation runs.
     void write_changes();
-    /// Puts the changed fields back to the values last read.
+    /// Puts the changed fields back to the device's values; a field that the active profile
+    /// cannot show the device's value in stays pending.
     void discard_changes();
     /// Cuts the running operation short.
     void stop();
@@ -64,14 +67,34 @@ public:
     void set_crc_error_on_gain(bool on);
     void set_slow_device(bool on);
 
+    /// Whether a request was made and its operation has not ended yet.
+    bool is_busy() const { return _busy; }
+    /// The ids of the fields that hold a change not yet on the device, in the order of change.
+    QVector<uint32_t> pending_ids() const;
+    /// What the field of @p id shows, as a write would send it; invalid for fields without a value.
+    QVariant field_value(uint32_t id) const;
+
     qz::gui::log_controller& log() { return *_log; }
     QLineEdit* name_field() const { return _name; }
     QSpinBox* gain_field() const { return _gain; }
     QCheckBox* output_field() const { return _output; }
+    QWidget* field(uint32_t id) const;
+    QWidget* hint(uint32_t id) const { return _hints.value(id); }
+    QPushButton* read_button() const { return _read; }
+    QPushButton* write_button() const { return _write; }
+    QPushButton* discard_button() const { return _discard; }
+    QPushButton* stop_button() const { return _stop; }
+    QComboBox* profile_box() const { return _profile; }
 
 Q_SIGNALS:
     /// An operation of the worker has ended.
     void operation_finished();
+
+protected:
+    /// Stops the worker and lets its last reports reach the log before the window goes.
+    void closeEvent(QCloseEvent* event) override;
+    /// Starts the worker's thread again for a window shown after it was closed.
+    void showEvent(QShowEvent* event) override;
 
 private:
     QWidget* _build_form();
@@ -83,8 +106,14 @@ private:
                        qz::gui::sat_worker::operation_status_e status);
     void _on_value(uint32_t id, const QVariant& value);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
+    void _on_written(uint32_t id, const QVariant& value);
+    void _show_device_value(uint32_t id, const QVariant& value);
+    void _settle(uint32_t id);
+    bool _is_pending(uint32_t id) const;
+    void _clear_error_hints();
     void _apply_faults();
     void _set_busy(bool busy);
+    void _stop_worker();
 
     qz::sim::simulated_module& _module;
     QThread _worker_thread;
@@ -111,6 +140,7 @@ private:
     QListWidget* _log_list = nullptr;
     std::unique_ptr<qz::gui::log_controller> _log;
     QLabel* _status = nullptr;
+    bool _busy = false;
     bool _unplugged = false;
     bool _crc_on_gain = false;
 };

@@ -1,0 +1,455 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The device console's rules, driven in-process through its real window with clicks and key
+// presses: what the form shows is either on the (simulated) device or a pending change, one
+// request runs at a time, user and device texts stay one log line each, and closing mid-operation
+// ends the log properly. Ends with a seeded random-use run that checks the rules after every action.
+#include "console_window.h"
+#include "device_parameters.h"
+#include "temporary_settings.h"
+
+#include "simulator/simulated_module.h"
+
+#include <qzgui/log_controller.h>
+#include <qzgui/sat_worker.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QDateTimeEdit>
+#include <QDoubleSpinBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSpinBox>
+#include <QtTest>
+
+#include <memory>
+
+using device_console::console_window;
+using qz::sim::simulated_module;
+namespace dc = device_console;
+
+namespace {
+
+constexpr int operation_timeout_ms = 60000;
+
+QStringList file_lines(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}
+
+// The messages of the log file's lines, without time stamp and level.
+QStringList logged_messages(console_window& window)
+{
+    QStringList messages;
+    for (const QString& line : file_lines(window.log().get_log_file_name()))
+        messages << line.mid(31);
+    return messages;
+}
+
+// Every "begin of X operation" is followed by its "end of X operation" before the next begins.
+bool operations_are_closed(const QStringList& messages, QString* problem)
+{
+    QString open;
+    for (const QString& m : messages) {
+        static const QRegularExpression phase(QStringLiteral("^(begin|end) of (\\w+) operation$"));
+        const auto match = phase.match(m);
+        if (!match.hasMatch())
+            continue;
+        if (match.captured(1) == QLatin1String("begin")) {
+            if (!open.isEmpty()) {
+                *problem = QStringLiteral("begin of %1 while %2 was open").arg(match.captured(2), open);
+                return false;
+            }
+            open = match.captured(2);
+        } else if (open != match.captured(2)) {
+            *problem = QStringLiteral("end of %1 without its begin").arg(match.captured(2));
+            return false;
+        } else {
+            open.clear();
+        }
+    }
+    if (!open.isEmpty())
+        *problem = QStringLiteral("%1 never ended").arg(open);
+    return open.isEmpty();
+}
+
+bool underlined(console_window& window, uint32_t id)
+{
+    return window.hint(id)->font().underline();
+}
+
+void click(QPushButton* button)
+{
+    QTest::mouseClick(button, Qt::LeftButton);
+}
+
+// Selects all of a field's text and types @p text, as a user does.
+void retype(QWidget* field, const QString& text)
+{
+    field->setFocus();
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(field, text);
+}
+
+} // namespace
+
+class tst_console_rules : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<qz::test::temporary_settings> _settings;
+    std::unique_ptr<QTemporaryDir> _logs;
+    std::unique_ptr<simulated_module> _module;
+    std::unique_ptr<console_window> _window;
+
+    console_window& window() { return *_window; }
+
+    bool wait_idle()
+    {
+        return QTest::qWaitFor([this] { return !_window->is_busy(); }, operation_timeout_ms);
+    }
+
+    // Clicks Read and waits for the operation to end.
+    void read()
+    {
+        click(window().read_button());
+        QVERIFY(wait_idle());
+    }
+
+    // Clicks Write and waits for the operation to end.
+    void write()
+    {
+        click(window().write_button());
+        QVERIFY(wait_idle());
+    }
+
+    // Picks a profile in the profile box with the keyboard, as a user does.
+    void choose_profile(int index)
+    {
+        QComboBox* box = window().profile_box();
+        box->setFocus();
+        QTest::keyClick(box, index == 0 ? Qt::Key_Home : Qt::Key_End);
+        QCOMPARE(box->currentIndex(), index);
+    }
+
+    // Each bound field either shows what the device holds or is pending.
+    void check_form_matches_device(const char* when)
+    {
+        const QVector<uint32_t> pending = window().pending_ids();
+        for (const dc::parameter_t& p : dc::parameters()) {
+            const QVariant shown = window().field_value(p.id);
+            if (!shown.isValid() && (p.id == dc::id_firmware || p.id == dc::id_level))
+                continue; // shown only, never edited
+            const QVariant held = _module->stored(p.id);
+            QVERIFY2(pending.contains(p.id) || shown == held,
+                     qPrintable(QStringLiteral("%1: %2 shows %3, the device holds %4, not pending")
+                                    .arg(QLatin1String(when), dc::parameter_name(p.id), shown.toString(),
+                                         held.toString())));
+            QCOMPARE(underlined(window(), p.id), pending.contains(p.id));
+        }
+    }
+
+private slots:
+    void initTestCase()
+    {
+        _settings = std::make_unique<qz::test::temporary_settings>();
+        qz::gui::register_meta_types();
+    }
+
+    void init()
+    {
+        _logs = std::make_unique<QTemporaryDir>();
+        _settings->set(QStringLiteral("common/log_location"), _logs->path());
+        _module = std::make_unique<simulated_module>();
+        for (const dc::parameter_t& p : dc::parameters())
+            _module->store(p.id, p.initial);
+        _window = std::make_unique<console_window>(*_module);
+        _window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(_window.get()));
+    }
+
+    void cleanup()
+    {
+        _window.reset();
+        _module.reset();
+    }
+
+    void read_keeps_an_edit_it_did_not_replace_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::newRow("unplugged") << "unplugged";
+        QTest::newRow("CRC error on gain") << "crc";
+        QTest::newRow("stopped slow read") << "stop";
+    }
+
+    void read_keeps_an_edit_it_did_not_replace()
+    {
+        QFETCH(QString, fault);
+        read();
+        retype(window().gain_field(), QStringLiteral("20"));
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        QVERIFY(underlined(window(), dc::id_gain));
+
+        if (fault == QLatin1String("unplugged"))
+            window().set_unplugged(true);
+        else if (fault == QLatin1String("crc"))
+            window().set_crc_error_on_gain(true);
+        else
+            window().set_slow_device(true);
+        click(window().read_button());
+        if (fault == QLatin1String("stop")) {
+            QTest::qWait(200);
+            click(window().stop_button());
+        }
+        QVERIFY(wait_idle());
+
+        QCOMPARE(window().gain_field()->value(), 20);
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        QVERIFY(underlined(window(), dc::id_gain));
+        check_form_matches_device("after the failed read");
+
+        // The edit is still there to write.
+        window().set_unplugged(false);
+        window().set_crc_error_on_gain(false);
+        window().set_slow_device(false);
+        write();
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(20));
+        QVERIFY(window().pending_ids().isEmpty());
+        QVERIFY(!underlined(window(), dc::id_gain));
+    }
+
+    void write_confirms_only_what_it_wrote()
+    {
+        read();
+        window().set_slow_device(true);
+        retype(window().gain_field(), QStringLiteral("20"));
+        click(window().write_button());
+        QVERIFY(window().is_busy());
+        // A second edit while the first value travels.
+        retype(window().gain_field(), QStringLiteral("25"));
+        QVERIFY(wait_idle());
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(20));
+        QCOMPARE(window().gain_field()->value(), 25);
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        QVERIFY(underlined(window(), dc::id_gain));
+
+        window().set_slow_device(false);
+        write();
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(25));
+        QVERIFY(window().pending_ids().isEmpty());
+        check_form_matches_device("after the second write");
+    }
+
+    void discard_during_a_write_shows_what_the_device_ends_up_holding()
+    {
+        read();
+        window().set_slow_device(true);
+        retype(window().gain_field(), QStringLiteral("20"));
+        click(window().write_button());
+        QVERIFY(window().is_busy());
+        QVERIFY(window().discard_button()->isEnabled());
+        click(window().discard_button());
+        QCOMPARE(window().gain_field()->value(), 12);
+        QVERIFY(window().pending_ids().isEmpty());
+        QVERIFY(wait_idle());
+        // The write went through: the field shows what the device now holds.
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(20));
+        QCOMPARE(window().gain_field()->value(), 20);
+        check_form_matches_device("after the write");
+    }
+
+    void one_request_at_a_time_from_the_buttons()
+    {
+        read();
+        _module->clear_calls();
+        retype(window().gain_field(), QStringLiteral("20"));
+        click(window().read_button());
+        // Disabled at once, before the worker has even begun.
+        QVERIFY(!window().read_button()->isEnabled());
+        QVERIFY(!window().write_button()->isEnabled());
+        QVERIFY(window().stop_button()->isEnabled());
+        click(window().write_button());
+        click(window().read_button());
+        QVERIFY(wait_idle());
+        QTest::qWait(300); // a second request, if one had been queued, would start now
+        QVERIFY(!window().is_busy());
+        QCOMPARE(_module->count(simulated_module::call_connect), 1);
+        QCOMPARE(_module->count(simulated_module::call_write), 0);
+        QVERIFY(window().read_button()->isEnabled());
+        QVERIFY(window().write_button()->isEnabled());
+        QVERIFY(!window().stop_button()->isEnabled());
+    }
+
+    void user_and_device_texts_stay_one_log_line()
+    {
+        read();
+        const QString forged = QStringLiteral("QZ-1\r\n2026-01-01 00:00:00,000  INFO  begin of READ operation\n")
+                               + QChar(0) + QStringLiteral("\tx\\n") + QChar(0x2028) + QStringLiteral("end");
+        QApplication::clipboard()->setText(forged);
+        QLineEdit* name = window().name_field();
+        name->setFocus();
+        QTest::keyClick(name, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(name, Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(name->text(), forged);
+        write();
+        QCOMPARE(_module->stored(dc::id_name), QVariant(forged));
+        // The same text comes back from the device.
+        read();
+
+        const QStringList lines = file_lines(window().log().get_log_file_name());
+        const QRegularExpression line(QStringLiteral(
+            "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d,\\d{3}  (INFO |WARN |ERROR|QZTTC) [^\\r\\n]*$"));
+        for (const QString& text : lines)
+            QVERIFY2(line.match(text).hasMatch(), qPrintable(text));
+        const QString shown = QStringLiteral("QZ-1\\r\\n2026-01-01 00:00:00,000  INFO  begin of READ operation\\n"
+                                             "\\u0000\\tx\\\\n\\u2028end");
+        const QStringList messages = logged_messages(window());
+        QVERIFY(messages.contains(QStringLiteral("written 0x0002 Device name = ") + shown));
+        QVERIFY(messages.contains(QStringLiteral("read 0x0002 Device name = ") + shown));
+        QCOMPARE(messages.filter(QRegularExpression(QStringLiteral("^begin of READ operation$"))).size(), 2);
+    }
+
+    void closing_mid_operation_ends_the_log()
+    {
+        window().set_slow_device(true);
+        click(window().read_button());
+        QTest::qWait(700);
+        const QString log_file = window().log().get_log_file_name();
+        QVERIFY(window().close());
+        const QStringList messages = logged_messages(window());
+        _window.reset();
+        QVERIFY2(messages.size() >= 3, qPrintable(messages.join('\n')));
+        QCOMPARE(messages.last(), QStringLiteral("end of READ operation"));
+        QVERIFY2(messages.contains(QStringLiteral("connection: disconnected")), qPrintable(messages.join('\n')));
+        QString problem;
+        QVERIFY2(operations_are_closed(messages, &problem), qPrintable(problem));
+        // Nothing is added once the window has gone.
+        QCOMPARE(file_lines(log_file).size(), messages.size());
+    }
+
+    void profile_switch_that_changes_a_value_makes_it_pending()
+    {
+        read();
+        choose_profile(1);
+        QVERIFY(window().pending_ids().isEmpty());
+        // Gain 50 and mode Beacon exist only in the extended band.
+        retype(window().gain_field(), QStringLiteral("50"));
+        auto* mode = static_cast<QComboBox*>(window().field(dc::id_mode));
+        mode->setFocus();
+        QTest::keyClick(mode, Qt::Key_End);
+        QCOMPARE(mode->currentText(), QStringLiteral("Beacon"));
+        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
+        retype(frequency, QStringLiteral("433.925"));
+        write();
+        QCOMPARE(_module->stored(dc::id_mode), QVariant(3u));
+        QVERIFY(window().pending_ids().isEmpty());
+
+        choose_profile(0);
+        QCOMPARE(window().gain_field()->value(), 30);
+        QCOMPARE(mode->currentText(), QStringLiteral("Idle"));
+        QCOMPARE(frequency->value(), 433.93);
+        QCOMPARE(window().pending_ids(), (QVector<uint32_t>{dc::id_gain, dc::id_frequency, dc::id_mode}));
+        for (const uint32_t id : {dc::id_gain, dc::id_frequency, dc::id_mode})
+            QVERIFY(underlined(window(), id));
+        check_form_matches_device("after the switch");
+
+        // Discard cannot bring back what the profile cannot show: the fields stay pending.
+        click(window().discard_button());
+        QCOMPARE(window().pending_ids().size(), 3);
+        // A read brings the same values, which still do not fit.
+        read();
+        QCOMPARE(window().pending_ids().size(), 3);
+        check_form_matches_device("after the read");
+
+        // The next Write sends exactly what the form shows.
+        write();
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(30));
+        QCOMPARE(_module->stored(dc::id_mode), QVariant(0u));
+        QCOMPARE(_module->stored(dc::id_frequency), QVariant(433.93));
+        QVERIFY(window().pending_ids().isEmpty());
+        check_form_matches_device("after the write");
+    }
+
+    void random_use_keeps_form_and_device_in_step()
+    {
+        const QByteArray given = qgetenv("QZGUI_RANDOM_SEED");
+        const quint32 seed = given.isEmpty() ? QRandomGenerator::global()->generate() : given.toUInt();
+        qInfo("random use: seed %u (QZGUI_RANDOM_SEED=%u replays this run)", seed, seed);
+        QRandomGenerator random(seed);
+        const int actions = 400;
+        read();
+        for (int i = 0; i < actions; ++i) {
+            const QString step = QStringLiteral("action %1 (seed %2)").arg(i).arg(seed);
+            switch (random.bounded(12)) {
+            case 0:
+            case 1:
+                retype(window().gain_field(), QString::number(random.bounded(0, 70)));
+                break;
+            case 2:
+                retype(window().field(dc::id_frequency),
+                       QString::number(random.bounded(400000, 470000) / 1000.0, 'f', 3));
+                break;
+            case 3: {
+                auto* mode = window().field(dc::id_mode);
+                mode->setFocus();
+                QTest::keyClick(mode, random.bounded(2) ? Qt::Key_End : Qt::Key_Down);
+                break;
+            }
+            case 4:
+                retype(window().name_field(), QStringLiteral("unit %1").arg(random.bounded(100)));
+                break;
+            case 5:
+                QTest::mouseClick(window().output_field(), Qt::LeftButton, {},
+                                  QPoint(4, window().output_field()->height() / 2));
+                break;
+            case 6:
+                click(window().read_button());
+                break;
+            case 7:
+                click(window().write_button());
+                break;
+            case 8:
+                click(window().discard_button());
+                break;
+            case 9:
+                if (window().stop_button()->isEnabled())
+                    click(window().stop_button());
+                break;
+            case 10:
+                choose_profile(int(random.bounded(2)));
+                break;
+            case 11:
+                // Faults: mostly none, sometimes a CRC error on gain or no device; a slow device
+                // rarely, so that Stop and edits meet an operation in flight.
+                window().set_crc_error_on_gain(random.bounded(4) == 0);
+                window().set_unplugged(random.bounded(6) == 0);
+                window().set_slow_device(random.bounded(8) == 0);
+                break;
+            }
+            // Now and then the operation in flight is let run to its end.
+            if (random.bounded(3) == 0)
+                QVERIFY2(wait_idle(), qPrintable(step));
+            QTest::qWait(1);
+            if (!window().is_busy())
+                check_form_matches_device(qPrintable(step));
+            if (QTest::currentTestFailed())
+                return;
+        }
+        window().set_slow_device(false);
+        QVERIFY(wait_idle());
+        check_form_matches_device("at the end");
+        QString problem;
+        QVERIFY2(operations_are_closed(logged_messages(window()), &problem), qPrintable(problem));
+    }
+};
+
+QTEST_MAIN(tst_console_rules)
+#include "tst_console_rules.moc"
