@@ -3,6 +3,7 @@
 
 #include "qzgui/local_time.h"
 #include "qzgui/log_menu_controller.h"
+#include "qzgui/settings_keys.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,7 +15,6 @@ namespace qz::gui {
 
 namespace {
 
-const QString log_location_key = QStringLiteral("common/log_location");
 constexpr int batch_interval_ms = 800;
 
 } // namespace
@@ -89,15 +89,16 @@ const QString& log_controller::get_log_file_name() const
 void log_controller::_gen_log_file()
 {
     const QSettings settings;
-    const QDir directory(settings.value(log_location_key).toString());
+    const QDir directory(settings.value(QLatin1String(log_location_key)).toString());
     // A missing directory is reported, not created: only an existing one reaches mkpath().
     if (!directory.exists() || !directory.mkpath(directory.path())) {
         log(log_item::WARN, QStringLiteral("Could not create log directory: ") + directory.path());
         return;
     }
     _log_prefix += QLatin1Char('-');
-    _log_file_name = settings.value(log_location_key).toString() + QDir::separator() + _log_prefix
-        + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")) + QStringLiteral(".log");
+    _log_file_name = settings.value(QLatin1String(log_location_key)).toString() + QDir::separator()
+        + _log_prefix + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"))
+        + QStringLiteral(".log");
     const QString announcement = QStringLiteral("Starting log at: ") + _log_file_name;
     log(log_item::INFO, announcement);
     log(log_item::INFO, QString(announcement.size(), QLatin1Char('-')));

@@ -2,6 +2,7 @@
 #include "qzgui/sat_worker.h"
 
 #include "qzgui/local_time.h"
+#include "qzgui/settings_keys.h"
 
 #include <QMutexLocker>
 #include <QSettings>
@@ -189,21 +190,22 @@ void sat_worker::_try_param(uint32_t id, const std::function<void()>& access,
 void sat_worker::_set_module_config()
 {
     const QSettings settings;
-    const auto read = [&settings](const char* key, int fallback) {
-        return settings.value(QLatin1String(key), fallback);
+    const auto read = [&settings](const command_setting_t& setting) {
+        return settings.value(QLatin1String(setting.key), setting.default_value);
     };
-    command_config.timeout_pipe = read("command/timeout_pipe", 10000).toInt();
-    command_config.persistent_time = read("command/persistent_time", 9500).toUInt();
-    command_config.timeout_xs = read("command/timeout_xs", 400).toInt();
-    command_config.timeout_s = read("command/timeout_s", 800).toInt();
-    command_config.timeout_m = read("command/timeout_m", 1000).toInt();
-    command_config.timeout_l = read("command/timeout_l", 4000).toInt();
-    command_config.timeout_xl = read("command/timeout_xl", 9000).toInt();
-    command_config.repeats_xs = read("command/repeats_xs", 10).toInt();
-    command_config.repeats_s = read("command/repeats_s", 4).toInt();
-    command_config.repeats_m = read("command/repeats_m", 2).toInt();
-    command_config.repeats_l = read("command/repeats_l", 1).toInt();
-    command_config.repeats_xl = read("command/repeats_xl", 0).toInt();
+    namespace keys = command_settings;
+    command_config.timeout_pipe = read(keys::timeout_pipe).toInt();
+    command_config.persistent_time = read(keys::persistent_time).toUInt();
+    command_config.timeout_xs = read(keys::timeout_xs).toInt();
+    command_config.timeout_s = read(keys::timeout_s).toInt();
+    command_config.timeout_m = read(keys::timeout_m).toInt();
+    command_config.timeout_l = read(keys::timeout_l).toInt();
+    command_config.timeout_xl = read(keys::timeout_xl).toInt();
+    command_config.repeats_xs = read(keys::repeats_xs).toInt();
+    command_config.repeats_s = read(keys::repeats_s).toInt();
+    command_config.repeats_m = read(keys::repeats_m).toInt();
+    command_config.repeats_l = read(keys::repeats_l).toInt();
+    command_config.repeats_xl = read(keys::repeats_xl).toInt();
     module->set_config(command_config);
 }
 

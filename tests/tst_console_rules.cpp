@@ -7,6 +7,8 @@
 #include "device_parameters.h"
 #include "temporary_settings.h"
 
+#include <qzgui/settings_keys.h>
+
 #include "simulator/simulated_module.h"
 
 #include <qzgui/log_controller.h>
@@ -167,7 +169,7 @@ private slots:
     void init()
     {
         _logs = std::make_unique<QTemporaryDir>();
-        _settings->set(QStringLiteral("common/log_location"), _logs->path());
+        _settings->set(QLatin1String(qz::gui::log_location_key), _logs->path());
         _module = std::make_unique<simulated_module>();
         for (const dc::parameter_t& p : dc::parameters())
             _module->store(p.id, p.initial);
@@ -291,8 +293,9 @@ private slots:
     void user_and_device_texts_stay_one_log_line()
     {
         read();
-        const QString forged = QStringLiteral("QZ-1\r\n2026-01-01 00:00:00,000  INFO  begin of READ operation\n")
-                               + QChar(0) + QStringLiteral("\tx\\n") + QChar(0x2028) + QStringLiteral("end");
+        const QString forged =
+            QStringLiteral("QZ-1\r\n2026-01-01 00:00:00,000  INFO  begin of READ operation\n") + QChar(0)
+            + QStringLiteral("\tx\\n") + QChar(0x2028) + QStringLiteral("end");
         QApplication::clipboard()->setText(forged);
         QLineEdit* name = window().name_field();
         name->setFocus();
@@ -309,8 +312,9 @@ private slots:
             "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d,\\d{3}  (INFO |WARN |ERROR|QZTTC) [^\\r\\n]*$"));
         for (const QString& text : lines)
             QVERIFY2(line.match(text).hasMatch(), qPrintable(text));
-        const QString shown = QStringLiteral("QZ-1\\r\\n2026-01-01 00:00:00,000  INFO  begin of READ operation\\n"
-                                             "\\u0000\\tx\\\\n\\u2028end");
+        const QString shown =
+            QStringLiteral("QZ-1\\r\\n2026-01-01 00:00:00,000  INFO  begin of READ operation\\n"
+                           "\\u0000\\tx\\\\n\\u2028end");
         const QStringList messages = logged_messages(window());
         QVERIFY(messages.contains(QStringLiteral("written 0x0002 Device name = ") + shown));
         QVERIFY(messages.contains(QStringLiteral("read 0x0002 Device name = ") + shown));
@@ -328,7 +332,8 @@ private slots:
         _window.reset();
         QVERIFY2(messages.size() >= 3, qPrintable(messages.join('\n')));
         QCOMPARE(messages.last(), QStringLiteral("end of READ operation"));
-        QVERIFY2(messages.contains(QStringLiteral("connection: disconnected")), qPrintable(messages.join('\n')));
+        QVERIFY2(messages.contains(QStringLiteral("connection: disconnected")),
+                 qPrintable(messages.join('\n')));
         QString problem;
         QVERIFY2(operations_are_closed(messages, &problem), qPrintable(problem));
         // Nothing is added once the window has gone.

@@ -113,7 +113,8 @@ private slots:
         resource_manager texts;
         QCOMPARE(texts.get_connection_state_string(as_enum<sat_worker::connection_state_e>(-1)), fallback);
         QCOMPARE(texts.get_connection_state_string(as_enum<sat_worker::connection_state_e>(100)), fallback);
-        QCOMPARE(texts.get_operation_type_string(as_enum<sat_worker::operation_type_e>(100), sat_worker::status_begin),
+        QCOMPARE(texts.get_operation_type_string(as_enum<sat_worker::operation_type_e>(100),
+                                                 sat_worker::status_begin),
                  "begin of " + fallback + " operation");
         QCOMPARE(texts.get_operation_error_string(as_enum<sat_worker::operation_type_e>(-1)),
                  "error while performing " + fallback + " operation");

@@ -4,6 +4,8 @@
 #include "qzgui/log_controller.h"
 #include "temporary_settings.h"
 
+#include <qzgui/settings_keys.h>
+
 #include <QDir>
 #include <QListWidget>
 #include <QProcess>
@@ -53,7 +55,7 @@ int run_limit_child(int argc, char** argv, unsigned int limit)
     QApplication app(argc, argv);
     qz::test::temporary_settings settings;
     QTemporaryDir logs;
-    settings.set(QStringLiteral("common/log_location"), logs.path());
+    settings.set(QLatin1String(qz::gui::log_location_key), logs.path());
     QListWidget list;
     log_controller log(nullptr, QStringLiteral("child"), &list);
     log.set_max_visible_lines(limit);
@@ -84,7 +86,7 @@ int run_locale_child(int argc, char** argv)
     QApplication app(argc, argv);
     qz::test::temporary_settings settings;
     QTemporaryDir logs;
-    settings.set(QStringLiteral("common/log_location"), logs.path());
+    settings.set(QLatin1String(qz::gui::log_location_key), logs.path());
     int failures = 0;
     const auto report = [&failures](const char* what, const QString& text, bool ok) {
         std::printf("%s %s: %s\n", ok ? "ok" : "MISMATCH", what, text.toUtf8().constData());
@@ -145,7 +147,7 @@ private slots:
     {
         _settings->clear();
         _logs = std::make_unique<QTemporaryDir>();
-        _settings->set(QStringLiteral("common/log_location"), _logs->path());
+        _settings->set(QLatin1String(qz::gui::log_location_key), _logs->path());
     }
 
     void file_is_named_and_announced()
@@ -259,7 +261,7 @@ private slots:
     void missing_directory_is_reported_in_the_list_only()
     {
         const QString missing = _logs->filePath(QStringLiteral("not/there"));
-        _settings->set(QStringLiteral("common/log_location"), missing);
+        _settings->set(QLatin1String(qz::gui::log_location_key), missing);
         QListWidget list;
         log_controller log(nullptr, QStringLiteral("lost"), &list);
         QVERIFY(log.get_log_file_name().isEmpty());

@@ -2,8 +2,11 @@
 // The command settings the worker reads from the application's settings and hands to the module.
 #include "worker_fixture.h"
 
+#include <qzgui/settings_keys.h>
+
 #include <QtTest>
 
+#include <iterator>
 #include <memory>
 
 using qz::sim::simulated_module;
@@ -47,6 +50,21 @@ private slots:
         QVERIFY(module.last_config());
         QCOMPARE(fields(*module.last_config()), defaults);
         QCOMPARE(fields(worker.command_config), defaults);
+    }
+
+    void public_keys_name_what_the_worker_reads()
+    {
+        // The keys and defaults are written out here, once, against the library's constants.
+        const char* const keys[] = {"command/persistent_time", "command/timeout_pipe", "command/timeout_xs",
+                                    "command/timeout_s",       "command/timeout_m",    "command/timeout_l",
+                                    "command/timeout_xl",      "command/repeats_xs",   "command/repeats_s",
+                                    "command/repeats_m",       "command/repeats_l",    "command/repeats_xl"};
+        QCOMPARE(int(std::size(qz::gui::command_settings::all)), 12);
+        for (int i = 0; i < 12; ++i) {
+            QCOMPARE(qz::gui::command_settings::all[i].key, keys[i]);
+            QCOMPARE(qint64(qz::gui::command_settings::all[i].default_value), defaults[i]);
+        }
+        QCOMPARE(qz::gui::log_location_key, "common/log_location");
     }
 
     void every_key_is_read()

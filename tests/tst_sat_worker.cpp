@@ -3,6 +3,8 @@
 // capture of every place, stop() and the pipe-drain wait.
 #include "worker_fixture.h"
 
+#include <qzgui/settings_keys.h>
+
 #include <QThread>
 #include <QtTest>
 
@@ -269,7 +271,7 @@ private slots:
         QFETCH(int, mode);
         QFETCH(int, type);
         // A pipe-drain wait here would take an hour.
-        _environment->settings.set(QStringLiteral("command/timeout_pipe"), 3600000);
+        _environment->settings.set(QLatin1String(qz::gui::command_settings::timeout_pipe.key), 3600000);
         simulated_module module;
         module.set_mode(mode);
         module.fail_next_connect(fault_t::media(media_exception::exception_type_e(type), "f"));
@@ -284,7 +286,7 @@ private slots:
 
     void pipe_drain_waits_timeout_pipe()
     {
-        _environment->settings.set(QStringLiteral("command/timeout_pipe"), 200);
+        _environment->settings.set(QLatin1String(qz::gui::command_settings::timeout_pipe.key), 200);
         simulated_module module;
         module.set_mode(2);
         module.fail_next_connect(fault_t::media(media_exception::no_device, "no device"));
@@ -302,7 +304,7 @@ private slots:
 
     void stop_ends_pipe_drain_wait_at_once()
     {
-        _environment->settings.set(QStringLiteral("command/timeout_pipe"), 3600000);
+        _environment->settings.set(QLatin1String(qz::gui::command_settings::timeout_pipe.key), 3600000);
         simulated_module module;
         module.set_mode(2);
         module.fail_next_connect(fault_t::media(media_exception::no_device, "no device"));

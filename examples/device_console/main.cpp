@@ -8,6 +8,7 @@
 #include "simulator/simulated_module.h"
 
 #include <qzgui/sat_worker.h>
+#include <qzgui/settings_keys.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -21,7 +22,7 @@ namespace {
 void ensure_log_location()
 {
     QSettings settings;
-    const QString key = QStringLiteral("common/log_location");
+    const QString key = QLatin1String(qz::gui::log_location_key);
     if (!settings.value(key).toString().isEmpty())
         return;
     const QString logs =

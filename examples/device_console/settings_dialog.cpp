@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "settings_dialog.h"
 
+#include <qzgui/settings_keys.h>
+
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
@@ -12,17 +14,6 @@
 
 namespace device_console {
 
-namespace {
-
-// The worker's command settings with the defaults it uses for a missing key.
-const QVector<QPair<const char*, int>> command_keys = {
-    {"command/persistent_time", 9500}, {"command/timeout_pipe", 10000}, {"command/timeout_xs", 400},
-    {"command/timeout_s", 800},        {"command/timeout_m", 1000},     {"command/timeout_l", 4000},
-    {"command/timeout_xl", 9000},      {"command/repeats_xs", 10},      {"command/repeats_s", 4},
-    {"command/repeats_m", 2},          {"command/repeats_l", 1},        {"command/repeats_xl", 0}};
-
-} // namespace
-
 settings_dialog::settings_dialog(QWidget* parent)
     : QDialog(parent)
     , _log_location(new QLineEdit)
@@ -30,14 +21,15 @@ settings_dialog::settings_dialog(QWidget* parent)
     setWindowTitle(tr("Settings"));
     const QSettings settings;
     auto* layout = new QFormLayout(this);
-    for (const auto& key : command_keys) {
+    for (const qz::gui::command_setting_t& setting : qz::gui::command_settings::all) {
+        const QString key = QLatin1String(setting.key);
         auto* field = new QSpinBox;
         field->setRange(0, std::numeric_limits<int>::max());
-        field->setValue(settings.value(QLatin1String(key.first), key.second).toInt());
-        layout->addRow(QString::fromLatin1(key.first).mid(8), field);
-        _command_fields.insert(QLatin1String(key.first), field);
+        field->setValue(settings.value(key, setting.default_value).toInt());
+        layout->addRow(key.mid(key.indexOf(QLatin1Char('/')) + 1), field);
+        _command_fields.insert(key, field);
     }
-    _log_location->setText(settings.value(QStringLiteral("common/log_location")).toString());
+    _log_location->setText(settings.value(QLatin1String(qz::gui::log_location_key)).toString());
     layout->addRow(tr("Log directory"), _log_location);
     layout->addRow(new QLabel(tr("Command settings apply from the next operation; "
                                  "the log directory from the next start.")));
@@ -52,7 +44,7 @@ void settings_dialog::accept()
     QSettings settings;
     for (auto it = _command_fields.cbegin(); it != _command_fields.cend(); ++it)
         settings.setValue(it.key(), (*it)->value());
-    settings.setValue(QStringLiteral("common/log_location"), _log_location->text());
+    settings.setValue(QLatin1String(qz::gui::log_location_key), _log_location->text());
     QDialog::accept();
 }
 
