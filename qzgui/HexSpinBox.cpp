@@ -31,8 +31,8 @@ QValidator::State HexSpinBox::validate(QString& input, int& pos) const
     QString digits = input.startsWith(hex_prefix) ? input.mid(hex_prefix.size()) : input;
     const QString trimmed = digits.trimmed();
     // The prefix characters are not subtracted: the prefix is put back in front below. Nor is the
-    // position clamped: one inside leading blanks goes below 0, and the editor copes (see the
-    // constructor).
+    // position clamped: one inside leading blanks goes below 0, and the spin box's editor keeps
+    // its cursor in the text.
     pos -= digits.size() - trimmed.size();
     if (trimmed.isEmpty())
         return QValidator::Intermediate;

@@ -7,12 +7,11 @@
 #include "device_parameters.h"
 #include "temporary_settings.h"
 
-#include <qzgui/settings_keys.h>
-
 #include "simulator/simulated_module.h"
 
 #include <qzgui/log_controller.h>
 #include <qzgui/sat_worker.h>
+#include <qzgui/settings_keys.h>
 
 #include <QApplication>
 #include <QCheckBox>
@@ -142,14 +141,24 @@ class tst_console_rules : public QObject {
         QCOMPARE(box->currentIndex(), index);
     }
 
+    // After a read, starts writing gain 20 to a slow device; returns with the write in flight.
+    void start_slow_write_of_gain()
+    {
+        read();
+        window().set_slow_device(true);
+        retype(window().gain_field(), QStringLiteral("20"));
+        click(window().write_button());
+        QVERIFY(window().is_busy());
+    }
+
     // Each bound field either shows what the device holds or is pending.
     void check_form_matches_device(const char* when)
     {
         const QVector<uint32_t> pending = window().pending_ids();
         for (const dc::parameter_t& p : dc::parameters()) {
-            const QVariant shown = window().field_value(p.id);
-            if (!shown.isValid() && (p.id == dc::id_firmware || p.id == dc::id_level))
+            if (p.id == dc::id_firmware || p.id == dc::id_level)
                 continue; // shown only, never edited
+            const QVariant shown = window().field_value(p.id);
             const QVariant held = _module->stored(p.id);
             QVERIFY2(pending.contains(p.id) || shown == held,
                      qPrintable(QStringLiteral("%1: %2 shows %3, the device holds %4, not pending")
@@ -230,11 +239,7 @@ private slots:
 
     void write_confirms_only_what_it_wrote()
     {
-        read();
-        window().set_slow_device(true);
-        retype(window().gain_field(), QStringLiteral("20"));
-        click(window().write_button());
-        QVERIFY(window().is_busy());
+        start_slow_write_of_gain();
         // A second edit while the first value travels.
         retype(window().gain_field(), QStringLiteral("25"));
         QVERIFY(wait_idle());
@@ -252,11 +257,7 @@ private slots:
 
     void discard_during_a_write_shows_what_the_device_ends_up_holding()
     {
-        read();
-        window().set_slow_device(true);
-        retype(window().gain_field(), QStringLiteral("20"));
-        click(window().write_button());
-        QVERIFY(window().is_busy());
+        start_slow_write_of_gain();
         QVERIFY(window().discard_button()->isEnabled());
         click(window().discard_button());
         QCOMPARE(window().gain_field()->value(), 12);

@@ -15,12 +15,18 @@ Q_DECLARE_METATYPE(QValidator::State)
 
 namespace {
 
-// Shows the box and empties it the way a user does: select everything, then backspace.
-void open_and_clear(HexSpinBox& box)
+// Shows the box and gives it the keyboard focus.
+void open(HexSpinBox& box)
 {
     box.show();
     QVERIFY(QTest::qWaitForWindowExposed(&box));
     box.setFocus();
+}
+
+// Shows the box and empties it the way a user does: select everything, then backspace.
+void open_and_clear(HexSpinBox& box)
+{
+    open(box);
     QTest::keyClick(&box, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClick(&box, Qt::Key_Backspace);
 }
@@ -277,9 +283,7 @@ private slots:
     {
         HexSpinBox box(true);
         box.setHexValue(0x1F);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        box.setFocus();
+        open(box);
         QLineEdit* editor = box.findChild<QLineEdit*>();
         QTest::keyClick(&box, Qt::Key_Home);
         QCOMPARE(editor->cursorPosition(), 0);
@@ -298,9 +302,7 @@ private slots:
     {
         HexSpinBox box(true);
         box.setHexValue(0x42);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        box.setFocus();
+        open(box);
         QApplication::clipboard()->setText(QStringLiteral(" 1f "));
         QTest::keyClick(&box, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(&box, Qt::Key_V, Qt::ControlModifier);
@@ -336,9 +338,7 @@ private slots:
     {
         HexSpinBox box(true);
         box.setHexValue(0x9);
-        box.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&box));
-        box.setFocus();
+        open(box);
         QTest::keyClick(&box, Qt::Key_Up);
         QCOMPARE(box.value(), 0xA);
         QCOMPARE(shown(box), QStringLiteral("0xA"));

@@ -110,10 +110,16 @@ int run_locale_child(int argc, char** argv)
            lines.size() == 4 && rendered_by_qt(QString::fromUtf8(lines[2]), before, after, rest + "\r"));
     const QString row = list.count() == 3 ? list.item(2)->text() : QString();
     report("list", row, rendered_by_qt(row, before, after, rest));
+    // Named after some second from the one before construction to the one after logging.
     const QString stem = logs.path() + QDir::separator() + QStringLiteral("locale-");
+    const QString last = after.toString("yyyyMMdd-HHmmss");
     bool named = false;
-    for (QDateTime second = before.addSecs(-1); second <= after; second = second.addSecs(1))
-        named = named || log.get_log_file_name() == stem + second.toString("yyyyMMdd-HHmmss") + ".log";
+    for (QDateTime second = before;; second = second.addSecs(1)) {
+        const QString stamp = second.toString("yyyyMMdd-HHmmss");
+        named = named || log.get_log_file_name() == stem + stamp + ".log";
+        if (stamp == last)
+            break;
+    }
     report("file name", log.get_log_file_name(), named);
     return failures == 0 ? 0 : 1;
 }

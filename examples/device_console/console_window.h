@@ -15,12 +15,12 @@
 class QAction;
 class QCheckBox;
 class QCloseEvent;
-class QShowEvent;
 class QComboBox;
 class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
+class QShowEvent;
 class QSpinBox;
 
 namespace qz::gui {
