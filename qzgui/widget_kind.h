@@ -7,6 +7,8 @@
 
 #include <QVariant>
 
+#include <optional>
+
 struct QMetaObject;
 class QObject;
 
@@ -25,10 +27,16 @@ struct widget_kind_t {
     void (*write)(QObject* widget, const QVariant& value);
     /// Reads a widget's value as collecting gives it; null: the kind carries no value.
     QVariant (*read)(const QObject* widget);
+    /// Writes a value so that the watched signal reports it as a user edit when the value
+    /// changes; null: write() already does.
+    void (*edit)(QObject* widget, const QVariant& value);
 };
 
 /// @return the description of @p type, or null for a number that names no kind
 const widget_kind_t* widget_kind(widget_type_e type);
+
+/// @return the kind whose class @p widget is (a subclass included), or nothing for other classes
+std::optional<widget_type_e> widget_kind_of(const QObject* widget);
 
 /// @return @p object as the class of @p kind, or null when it is not one (or @p kind takes any)
 QObject* as_widget_class(const widget_kind_t& kind, QObject* object);

@@ -22,6 +22,15 @@
 
 namespace qz::test {
 
+/// Clicks @p box on its indicator, where a user clicks (a wide box's middle may be blank).
+inline void click_indicator(QCheckBox* box)
+{
+    QStyleOptionButton option;
+    option.initFrom(box);
+    const QRect indicator = box->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, box);
+    QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, indicator.center());
+}
+
 /// Parameter ids of the form's widgets.
 enum form_id : uint32_t {
     id_check = 1,
@@ -105,13 +114,7 @@ struct form {
     }
 
     /// Clicks the check box on its indicator, where a user clicks.
-    void click_check() const
-    {
-        QStyleOptionButton option;
-        option.initFrom(check);
-        const QRect indicator = check->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, check);
-        QTest::mouseClick(check, Qt::LeftButton, Qt::NoModifier, indicator.center());
-    }
+    void click_check() const { click_indicator(check); }
 };
 
 /// The ids that collect_changed_params() yields, in its order.
