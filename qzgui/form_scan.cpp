@@ -17,9 +17,8 @@ namespace {
 QString describe(const QWidget* widget)
 {
     const QString name = widget->objectName();
-    return QStringLiteral("%1 (%2)")
-        .arg(name.isEmpty() ? QStringLiteral("an unnamed widget") : name,
-             QLatin1String(widget->metaObject()->className()));
+    return QStringLiteral("%1 (%2)").arg(name.isEmpty() ? QStringLiteral("an unnamed widget") : name,
+                                         QLatin1String(widget->metaObject()->className()));
 }
 
 [[noreturn]] void refuse(const QWidget* widget, const QString& fault)
@@ -29,8 +28,9 @@ QString describe(const QWidget* widget)
 
 QString shown(const QVariant& value)
 {
-    return value.canConvert<QString>() ? QStringLiteral("\"%1\"").arg(value.toString())
-                                       : QStringLiteral("a value of type %1").arg(QLatin1String(value.typeName()));
+    return value.canConvert<QString>()
+        ? QStringLiteral("\"%1\"").arg(value.toString())
+        : QStringLiteral("a value of type %1").arg(QLatin1String(value.typeName()));
 }
 
 } // namespace
@@ -52,14 +52,18 @@ form_bindings scan_form(QWidget* root, const char* property)
             continue;
         const std::optional<uint32_t> id = parse_parameter_id(value);
         if (!id)
-            refuse(widget, QStringLiteral("%1 %2 is not a 32-bit unsigned id").arg(QLatin1String(property), shown(value)));
+            refuse(widget,
+                   QStringLiteral("%1 %2 is not a 32-bit unsigned id")
+                       .arg(QLatin1String(property), shown(value)));
         const std::optional<widget_type_e> kind = widget_kind_of(widget);
         if (!kind)
-            refuse(widget, QStringLiteral("carries %1 %2, but widgets of its class cannot be bound")
-                               .arg(QLatin1String(property), parameter_id_text(*id)));
+            refuse(widget,
+                   QStringLiteral("carries %1 %2, but widgets of its class cannot be bound")
+                       .arg(QLatin1String(property), parameter_id_text(*id)));
         if (QWidget* other = found.value(*id, nullptr))
-            refuse(widget, QStringLiteral("carries %1 %2, which %3 carries as well")
-                               .arg(QLatin1String(property), parameter_id_text(*id), describe(other)));
+            refuse(widget,
+                   QStringLiteral("carries %1 %2, which %3 carries as well")
+                       .arg(QLatin1String(property), parameter_id_text(*id), describe(other)));
         found.insert(*id, widget);
         bindings.widgets.insert(*id, qMakePair(*kind, static_cast<QObject*>(widget)));
     }

@@ -52,10 +52,17 @@ private slots:
         const Ui::bound_form& ui = form.ui;
         using entry = QPair<widget_type_e, QObject*>;
         const QMap<uint32_t, entry> expected{
-            {16, {spinbox, ui.gain}},          {0x11, {lineedit, ui.name}},   {18, {checkbox, ui.enabled}},
-            {0x13, {spinbox, ui.address}},     {32, {doublespinbox, ui.speed}}, {33, {combobox, ui.mode}},
-            {34, {datetimeedit, ui.day}},      {35, {datetimeedit, ui.at}},   {36, {datetimeedit, ui.stamp}},
-            {37, {label, ui.serial}},          {0xFFFFFFFF, {progressbar, ui.level}},
+            {16, {spinbox, ui.gain}},
+            {0x11, {lineedit, ui.name}},
+            {18, {checkbox, ui.enabled}},
+            {0x13, {spinbox, ui.address}},
+            {32, {doublespinbox, ui.speed}},
+            {33, {combobox, ui.mode}},
+            {34, {datetimeedit, ui.day}},
+            {35, {datetimeedit, ui.at}},
+            {36, {datetimeedit, ui.stamp}},
+            {37, {label, ui.serial}},
+            {0xFFFFFFFF, {progressbar, ui.level}},
         };
         QCOMPARE(b.widgets, expected);
         QVERIFY(dynamic_cast<HexSpinBox16*>(b.widgets.value(0x13).second));
@@ -67,9 +74,17 @@ private slots:
         const form_bindings b = scan_form(&form);
         const Ui::bound_form& ui = form.ui;
         const QMap<uint32_t, QWidget*> expected{
-            {16, ui.gain_label},   {0x11, ui.name_label}, {18, ui.enabled},      {0x13, ui.address_label},
-            {32, ui.speed_label},  {33, ui.mode_label},   {34, ui.day_label},    {35, ui.at_label},
-            {36, ui.stamp_label},  {37, ui.serial},       {0xFFFFFFFF, ui.level_label},
+            {16, ui.gain_label},
+            {0x11, ui.name_label},
+            {18, ui.enabled},
+            {0x13, ui.address_label},
+            {32, ui.speed_label},
+            {33, ui.mode_label},
+            {34, ui.day_label},
+            {35, ui.at_label},
+            {36, ui.stamp_label},
+            {37, ui.serial},
+            {0xFFFFFFFF, ui.level_label},
         };
         QCOMPARE(b.hints, expected);
     }
@@ -131,9 +146,10 @@ private slots:
         QWidget root;
         Ui::unbindable_form ui;
         ui.setupUi(&root);
-        QCOMPARE(scan_error(&root),
-                 QStringLiteral("apply_button (QPushButton): carries qz_param_id 0x00000007, but widgets of its "
-                                "class cannot be bound"));
+        QCOMPARE(
+            scan_error(&root),
+            QStringLiteral("apply_button (QPushButton): carries qz_param_id 0x00000007, but widgets of its "
+                           "class cannot be bound"));
     }
 
     void one_id_on_two_widgets_is_refused_naming_both()
@@ -141,8 +157,9 @@ private slots:
         QWidget root;
         Ui::duplicate_form ui;
         ui.setupUi(&root);
-        QCOMPARE(scan_error(&root), QStringLiteral("second_gain (QLineEdit): carries qz_param_id 0x00000010, which "
-                                                   "first_gain (QSpinBox) carries as well"));
+        QCOMPARE(scan_error(&root),
+                 QStringLiteral("second_gain (QLineEdit): carries qz_param_id 0x00000010, which "
+                                "first_gain (QSpinBox) carries as well"));
     }
 
     void an_id_that_is_no_number_is_refused()
@@ -159,8 +176,9 @@ private slots:
         QWidget root;
         auto* box = new QGroupBox(&root);
         box->setProperty("qz_param_id", 5);
-        QCOMPARE(scan_error(&root), QStringLiteral("an unnamed widget (QGroupBox): carries qz_param_id 0x00000005, "
-                                                   "but widgets of its class cannot be bound"));
+        QCOMPARE(scan_error(&root),
+                 QStringLiteral("an unnamed widget (QGroupBox): carries qz_param_id 0x00000005, "
+                                "but widgets of its class cannot be bound"));
     }
 
     void property_values_data()

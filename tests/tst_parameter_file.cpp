@@ -43,19 +43,21 @@ double double_of(uint64_t bits)
 QString difference(const QVariant& a, const QVariant& b)
 {
     if (a.userType() != b.userType())
-        return QStringLiteral("types %1 and %2").arg(QLatin1String(a.typeName()), QLatin1String(b.typeName()));
+        return QStringLiteral("types %1 and %2")
+            .arg(QLatin1String(a.typeName()), QLatin1String(b.typeName()));
     switch (a.userType()) {
     case QMetaType::UnknownType:
         return QString();
     case QMetaType::Double:
-        return bits_of(a.toDouble()) == bits_of(b.toDouble())
-                   ? QString()
-                   : QStringLiteral("bits %1 and %2").arg(bits_of(a.toDouble()), 0, 16).arg(bits_of(b.toDouble()), 0, 16);
+        return bits_of(a.toDouble()) == bits_of(b.toDouble()) ? QString()
+                                                              : QStringLiteral("bits %1 and %2")
+                                                                    .arg(bits_of(a.toDouble()), 0, 16)
+                                                                    .arg(bits_of(b.toDouble()), 0, 16);
     case QMetaType::QDateTime: {
         const QDateTime x = a.toDateTime(), y = b.toDateTime();
         const bool same = x.isValid() == y.isValid() && x.toMSecsSinceEpoch() == y.toMSecsSinceEpoch()
-                          && x.timeSpec() == y.timeSpec() && x.offsetFromUtc() == y.offsetFromUtc()
-                          && x.timeZone().id() == y.timeZone().id();
+            && x.timeSpec() == y.timeSpec() && x.offsetFromUtc() == y.offsetFromUtc()
+            && x.timeZone().id() == y.timeZone().id();
         return same ? QString()
                     : QStringLiteral("%1 (%2) and %3 (%4)")
                           .arg(x.toString(Qt::ISODateWithMs), QString::number(x.timeSpec()),
@@ -179,18 +181,21 @@ private slots:
         QTest::newRow("string empty") << QVariant(QString(""));
         QTest::newRow("string every kind") << QVariant(text_with_every_kind_of_character());
         QTest::newRow("string json") << QVariant(QStringLiteral("{\"type\": \"int\"}"));
-        QTest::newRow("local") << QVariant(QDateTime(QDate(2026, 11, 23), QTime(9, 0, 0, 123), Qt::LocalTime));
+        QTest::newRow("local") << QVariant(
+            QDateTime(QDate(2026, 11, 23), QTime(9, 0, 0, 123), Qt::LocalTime));
         QTest::newRow("utc") << QVariant(QDateTime(QDate(2026, 3, 29), QTime(1, 30, 0, 999), Qt::UTC));
-        QTest::newRow("offset east")
-            << QVariant(QDateTime(QDate(2026, 7, 1), QTime(23, 59, 59, 1), Qt::OffsetFromUTC, 5 * 3600 + 1800));
-        QTest::newRow("offset west")
-            << QVariant(QDateTime(QDate(1970, 1, 1), QTime(0, 0), Qt::OffsetFromUTC, -(9 * 3600 + 30 * 60 + 7)));
+        QTest::newRow("offset east") << QVariant(
+            QDateTime(QDate(2026, 7, 1), QTime(23, 59, 59, 1), Qt::OffsetFromUTC, 5 * 3600 + 1800));
+        QTest::newRow("offset west") << QVariant(
+            QDateTime(QDate(1970, 1, 1), QTime(0, 0), Qt::OffsetFromUTC, -(9 * 3600 + 30 * 60 + 7)));
         QTest::newRow("zone") << QVariant(QDateTime(QDate(2026, 10, 25), QTime(2, 30, 0, 500),
                                                     QTimeZone(QByteArrayLiteral("Europe/Berlin"))));
         // A zone whose id is also a spec's name in other spellings.
-        QTest::newRow("zone UTC") << QVariant(QDateTime(QDate(2026, 1, 1), QTime(0, 0), QTimeZone(QByteArrayLiteral("UTC"))));
+        QTest::newRow("zone UTC") << QVariant(
+            QDateTime(QDate(2026, 1, 1), QTime(0, 0), QTimeZone(QByteArrayLiteral("UTC"))));
         QTest::newRow("year 1") << QVariant(QDateTime(QDate(1, 1, 1), QTime(0, 0, 0, 1), Qt::UTC));
-        QTest::newRow("year 9999") << QVariant(QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59, 999), Qt::UTC));
+        QTest::newRow("year 9999") << QVariant(
+            QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59, 999), Qt::UTC));
         QTest::newRow("invalid date-time") << QVariant(QDateTime());
     }
 
@@ -218,10 +223,18 @@ private slots:
                 const uint32_t id = uint32_t(random());
                 const uint64_t r = random();
                 switch (r % 7) {
-                case 0: values.insert(id, bool(r & 8)); break;
-                case 1: values.insert(id, int(r >> 32)); break;
-                case 2: values.insert(id, uint(r >> 32)); break;
-                case 3: values.insert(id, double_of(random())); break;
+                case 0:
+                    values.insert(id, bool(r & 8));
+                    break;
+                case 1:
+                    values.insert(id, int(r >> 32));
+                    break;
+                case 2:
+                    values.insert(id, uint(r >> 32));
+                    break;
+                case 3:
+                    values.insert(id, double_of(random()));
+                    break;
                 case 4: {
                     QString text;
                     for (int n = int(r >> 40) % 20; n > 0; --n)
@@ -234,18 +247,25 @@ private slots:
                     const qint64 ms = qint64(random() % 315537897600000ull) - 62135596800000ll + 86400000;
                     QDateTime t = QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
                     switch ((r >> 8) % 4) {
-                    case 0: t = t.toLocalTime(); break;
-                    case 1: t = t.toOffsetFromUtc(int((r >> 16) % 100000) - 50000); break;
+                    case 0:
+                        t = t.toLocalTime();
+                        break;
+                    case 1:
+                        t = t.toOffsetFromUtc(int((r >> 16) % 100000) - 50000);
+                        break;
                     case 2:
                         if (!zones.isEmpty())
                             t = t.toTimeZone(QTimeZone(zones.at(int((r >> 16) % uint(zones.size())))));
                         break;
-                    default: break;
+                    default:
+                        break;
                     }
                     values.insert(id, t);
                     break;
                 }
-                default: values.insert(id, QVariant()); break;
+                default:
+                    values.insert(id, QVariant());
+                    break;
                 }
             }
             const QString file = path(QStringLiteral("random.json"));
@@ -259,11 +279,12 @@ private slots:
     void the_file_is_readable_json()
     {
         const QString file = path(QStringLiteral("format.json"));
-        save_parameters(file, {{0x11, QStringLiteral("pump 1")},
-                               {0x10, 5u},
-                               {0x12, QDateTime(QDate(2026, 11, 23), QTime(9, 0, 0, 123), Qt::UTC)},
-                               {0x13, QVariant()},
-                               {0x14, -0.0}});
+        save_parameters(file,
+                        {{0x11, QStringLiteral("pump 1")},
+                         {0x10, 5u},
+                         {0x12, QDateTime(QDate(2026, 11, 23), QTime(9, 0, 0, 123), Qt::UTC)},
+                         {0x13, QVariant()},
+                         {0x14, -0.0}});
         QFile f(file);
         QVERIFY(f.open(QIODevice::ReadOnly));
         const QJsonObject top = QJsonDocument::fromJson(f.readAll()).object();
@@ -271,18 +292,23 @@ private slots:
         QCOMPARE(top.value(QLatin1String("version")).toInt(), 1);
         const QJsonArray list = top.value(QLatin1String("parameters")).toArray();
         QCOMPARE(list.size(), 5);
-        auto entry = [&](int i) { return QJsonDocument(list.at(i).toObject()).toJson(QJsonDocument::Compact); };
+        auto entry = [&](int i) {
+            return QJsonDocument(list.at(i).toObject()).toJson(QJsonDocument::Compact);
+        };
         QCOMPARE(entry(0), QByteArray(R"({"id":"0x00000010","type":"uint","value":5})"));
         QCOMPARE(entry(1), QByteArray(R"({"id":"0x00000011","type":"string","value":"pump 1"})"));
-        QCOMPARE(entry(2), QByteArray(R"({"id":"0x00000012","spec":"utc","type":"datetime","value":"2026-11-23T09:00:00.123Z"})"));
+        QCOMPARE(
+            entry(2),
+            QByteArray(
+                R"({"id":"0x00000012","spec":"utc","type":"datetime","value":"2026-11-23T09:00:00.123Z"})"));
         QCOMPARE(entry(3), QByteArray(R"({"id":"0x00000013","type":"none"})"));
         QCOMPARE(entry(4), QByteArray(R"({"id":"0x00000014","type":"double","value":"0x8000000000000000"})"));
     }
 
     void ids_may_be_numbers_or_decimal_texts()
     {
-        const QString file = write_file(QStringLiteral("ids.json"),
-                                        entry_file(R"({"id": 16, "type": "int", "value": -3},
+        const QString file =
+            write_file(QStringLiteral("ids.json"), entry_file(R"({"id": 16, "type": "int", "value": -3},
                                                       {"id": "17", "type": "bool", "value": true},
                                                       {"id": "0xFFFFFFFF", "type": "none"})"));
         verify_same({{16, -3}, {17, true}, {0xFFFFFFFF, QVariant()}}, load_parameters(file));
@@ -298,11 +324,13 @@ private slots:
         QTest::newRow("a list") << QByteArray("[]") << QStringLiteral("not a parameter file");
         QTest::newRow("other format") << QByteArray(R"({"format": "other", "version": 1, "parameters": []})")
                                       << QStringLiteral("not a parameter file");
-        QTest::newRow("newer version") << QByteArray(R"({"format": "qzgui parameters", "version": 2, "parameters": []})")
-                                       << QStringLiteral("version 2 cannot be read; this library reads version 1");
+        QTest::newRow("newer version")
+            << QByteArray(R"({"format": "qzgui parameters", "version": 2, "parameters": []})")
+            << QStringLiteral("version 2 cannot be read; this library reads version 1");
         QTest::newRow("no version") << QByteArray(R"({"format": "qzgui parameters", "parameters": []})")
                                     << QStringLiteral("the file has no version number");
-        QTest::newRow("no list") << QByteArray(R"({"format": "qzgui parameters", "version": 1, "parameters": {}})")
+        QTest::newRow("no list") << QByteArray(
+            R"({"format": "qzgui parameters", "version": 1, "parameters": {}})")
                                  << QStringLiteral("\"parameters\" is not a list");
         QTest::newRow("not an object") << entry_file("{\"id\": 1, \"type\": \"none\"}, 5")
                                        << QStringLiteral("parameter 2: not an object");
@@ -313,48 +341,61 @@ private slots:
         QTest::newRow("negative id") << entry_file(R"({"id": -1, "type": "none"})") << bad_id;
         QTest::newRow("id 2^32") << entry_file(R"({"id": 4294967296, "type": "none"})") << bad_id;
         QTest::newRow("fraction id") << entry_file(R"({"id": 1.5, "type": "none"})") << bad_id;
-        QTest::newRow("repeated id") << entry_file(R"({"id": 16, "type": "none"}, {"id": "0x10", "type": "none"})")
-                                     << QStringLiteral("parameter 2 (id 0x00000010): the id appears a second time");
-        QTest::newRow("unknown type") << entry_file(R"({"id": 1, "type": "blob", "value": 1})")
-                                      << QStringLiteral("parameter 1 (id 0x00000001): unknown value type \"blob\"");
+        QTest::newRow("repeated id")
+            << entry_file(R"({"id": 16, "type": "none"}, {"id": "0x10", "type": "none"})")
+            << QStringLiteral("parameter 2 (id 0x00000010): the id appears a second time");
+        QTest::newRow("unknown type")
+            << entry_file(R"({"id": 1, "type": "blob", "value": 1})")
+            << QStringLiteral("parameter 1 (id 0x00000001): unknown value type \"blob\"");
         QTest::newRow("no type") << entry_file(R"({"id": 1, "value": 1})")
-                                 << QStringLiteral("parameter 1 (id 0x00000001): the entry has no value type");
-        QTest::newRow("bool as text") << entry_file(R"({"id": 1, "type": "bool", "value": "yes"})")
-                                      << QStringLiteral("parameter 1 (id 0x00000001): the value is not true or false");
-        QTest::newRow("int fraction") << entry_file(R"({"id": 1, "type": "int", "value": 2.5})")
-                                      << QStringLiteral("parameter 1 (id 0x00000001): the value is not a whole number "
-                                                        "from -2147483648 to 2147483647");
+                                 << QStringLiteral(
+                                        "parameter 1 (id 0x00000001): the entry has no value type");
+        QTest::newRow("bool as text")
+            << entry_file(R"({"id": 1, "type": "bool", "value": "yes"})")
+            << QStringLiteral("parameter 1 (id 0x00000001): the value is not true or false");
+        QTest::newRow("int fraction")
+            << entry_file(R"({"id": 1, "type": "int", "value": 2.5})")
+            << QStringLiteral("parameter 1 (id 0x00000001): the value is not a whole number "
+                              "from -2147483648 to 2147483647");
         QTest::newRow("int too big") << entry_file(R"({"id": 1, "type": "int", "value": 2147483648})")
-                                     << QStringLiteral("parameter 1 (id 0x00000001): the value is not a whole number "
-                                                       "from -2147483648 to 2147483647");
-        QTest::newRow("uint negative") << entry_file(R"({"id": 1, "type": "uint", "value": -1})")
-                                       << QStringLiteral("parameter 1 (id 0x00000001): the value is not a whole "
-                                                         "number from 0 to 4294967295");
+                                     << QStringLiteral(
+                                            "parameter 1 (id 0x00000001): the value is not a whole number "
+                                            "from -2147483648 to 2147483647");
+        QTest::newRow("uint negative")
+            << entry_file(R"({"id": 1, "type": "uint", "value": -1})")
+            << QStringLiteral("parameter 1 (id 0x00000001): the value is not a whole "
+                              "number from 0 to 4294967295");
         QTest::newRow("double text") << entry_file(R"({"id": 1, "type": "double", "value": "0x7ff8"})")
-                                     << QStringLiteral("parameter 1 (id 0x00000001): the value is neither a number "
-                                                       "nor \"0x\" and 16 hexadecimal digits");
-        QTest::newRow("double signed bits") << entry_file(R"({"id": 1, "type": "double", "value": "0x-ff0000000000001"})")
-                                            << QStringLiteral("parameter 1 (id 0x00000001): the value is neither a "
-                                                              "number nor \"0x\" and 16 hexadecimal digits");
-        QTest::newRow("string number") << entry_file(R"({"id": 1, "type": "string", "value": 5})")
-                                       << QStringLiteral("parameter 1 (id 0x00000001): the value is not a string");
-        const QString bad_time = QStringLiteral(
-            "parameter 1 (id 0x00000001): the value is not a date-time in UTC such as \"2026-11-23T09:00:00.123Z\"");
-        QTest::newRow("datetime text") << entry_file(R"({"id": 1, "type": "datetime", "value": "soon", "spec": "utc"})")
-                                       << bad_time;
-        QTest::newRow("datetime local text")
-            << entry_file(R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123", "spec": "utc"})")
-            << bad_time;
+                                     << QStringLiteral(
+                                            "parameter 1 (id 0x00000001): the value is neither a number "
+                                            "nor \"0x\" and 16 hexadecimal digits");
+        QTest::newRow("double signed bits")
+            << entry_file(R"({"id": 1, "type": "double", "value": "0x-ff0000000000001"})")
+            << QStringLiteral("parameter 1 (id 0x00000001): the value is neither a "
+                              "number nor \"0x\" and 16 hexadecimal digits");
+        QTest::newRow("string number")
+            << entry_file(R"({"id": 1, "type": "string", "value": 5})")
+            << QStringLiteral("parameter 1 (id 0x00000001): the value is not a string");
+        const QString bad_time = QStringLiteral("parameter 1 (id 0x00000001): the value is not a date-time "
+                                                "in UTC such as \"2026-11-23T09:00:00.123Z\"");
+        QTest::newRow("datetime text")
+            << entry_file(R"({"id": 1, "type": "datetime", "value": "soon", "spec": "utc"})") << bad_time;
+        QTest::newRow("datetime local text") << entry_file(
+            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123", "spec": "utc"})")
+                                             << bad_time;
         QTest::newRow("unknown spec")
-            << entry_file(R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "UTC"})")
+            << entry_file(
+                   R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "UTC"})")
             << QStringLiteral("parameter 1 (id 0x00000001): the spec \"UTC\" is not \"local\", \"utc\", "
                               "\"offset\" or \"zone\"");
-        QTest::newRow("unknown zone")
-            << entry_file(R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "zone", "zone": "Mars/Olympus"})")
-            << QStringLiteral("parameter 1 (id 0x00000001): the zone \"Mars/Olympus\" is not a known time zone");
-        QTest::newRow("offset too far")
-            << entry_file(R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "offset", "offset": 90000})")
-            << QStringLiteral("parameter 1 (id 0x00000001): the value is not a whole number from -86400 to 86400");
+        QTest::newRow("unknown zone") << entry_file(
+            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "zone", "zone": "Mars/Olympus"})")
+                                      << QStringLiteral("parameter 1 (id 0x00000001): the zone "
+                                                        "\"Mars/Olympus\" is not a known time zone");
+        QTest::newRow("offset too far") << entry_file(
+            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "offset", "offset": 90000})")
+                                        << QStringLiteral("parameter 1 (id 0x00000001): the value is not a "
+                                                          "whole number from -86400 to 86400");
     }
 
     void load_errors_name_the_file_and_the_place()
@@ -419,12 +460,14 @@ private slots:
 
         QCOMPARE(save_error(file, {{1, 2}, {0xAB, QByteArray("raw")}}),
                  file + QStringLiteral(": parameter 0x000000AB: values of type QByteArray cannot be saved"));
-        QCOMPARE(save_error(file, {{7, QDateTime(QDate(10000, 1, 1), QTime(0, 0), Qt::UTC)}}),
-                 file + QStringLiteral(": parameter 0x00000007: the date-time  lies outside the years 1 to 9999"));
+        QCOMPARE(
+            save_error(file, {{7, QDateTime(QDate(10000, 1, 1), QTime(0, 0), Qt::UTC)}}),
+            file + QStringLiteral(": parameter 0x00000007: the date-time  lies outside the years 1 to 9999"));
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), before);
         // No temporary file of the failed saves is left behind.
-        QCOMPARE(QDir(_dir.path()).entryList({QStringLiteral("kept*")}, QDir::Files), QStringList{QStringLiteral("kept.json")});
+        QCOMPARE(QDir(_dir.path()).entryList({QStringLiteral("kept*")}, QDir::Files),
+                 QStringList{QStringLiteral("kept.json")});
     }
 
     void a_save_into_a_missing_directory_is_an_error()
@@ -459,16 +502,16 @@ private slots:
         QSignalSpy clicks(form.ui.enabled, &QCheckBox::clicked);
         const QDateTime stamp(QDate(2027, 5, 6), QTime(7, 8, 9, 10));
         const value_map loaded{
-            {16, 250},                         // differs
-            {0x11, QString()},                 // as shown
-            {18, true},                        // a check box
-            {0x13, 0},                         // as shown
-            {32, 12.5},                        // differs
-            {33, 20u},                         // selects the item with data 20
-            {36, stamp},                       // differs
-            {37, QStringLiteral("label")},     // a label: left alone
-            {0x99, 1},                         // not bound
-            {0x98, QVariant()},                // not bound
+            {16, 250},                     // differs
+            {0x11, QString()},             // as shown
+            {18, true},                    // a check box
+            {0x13, 0},                     // as shown
+            {32, 12.5},                    // differs
+            {33, 20u},                     // selects the item with data 20
+            {36, stamp},                   // differs
+            {37, QStringLiteral("label")}, // a label: left alone
+            {0x99, 1},                     // not bound
+            {0x98, QVariant()},            // not bound
         };
         const QVector<uint32_t> unbound = apply_as_changes(controller, form.bindings.widgets, loaded);
         QCOMPARE(unbound, (QVector<uint32_t>{0x98, 0x99}));
@@ -494,8 +537,9 @@ private slots:
     {
         bound_form form;
         QSignalSpy edits(form.controller.get(), &ui_controller::on_data_changed);
-        QVERIFY(apply_as_changes(*form.controller, form.bindings.widgets, read_form_values(form.bindings.widgets))
-                    .isEmpty());
+        QVERIFY(
+            apply_as_changes(*form.controller, form.bindings.widgets, read_form_values(form.bindings.widgets))
+                .isEmpty());
         QCOMPARE(edits.count(), 0);
         QVERIFY(!form.controller->has_changed_parameters());
     }
@@ -546,7 +590,8 @@ private slots:
         save_parameters(file, read_form_values(source.bindings.widgets));
 
         bound_form target;
-        QVERIFY(apply_as_changes(*target.controller, target.bindings.widgets, load_parameters(file)).isEmpty());
+        QVERIFY(
+            apply_as_changes(*target.controller, target.bindings.widgets, load_parameters(file)).isEmpty());
         verify_same(read_form_values(source.bindings.widgets), read_form_values(target.bindings.widgets));
         QVector<QPair<uint32_t, QVariant>> changed;
         target.controller->collect_changed_params(changed);
