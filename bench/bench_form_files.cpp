@@ -6,7 +6,8 @@
 // - save_parameters() and load_parameters() of 10,000 parameters of mixed types against
 //   QJsonDocument serialising and parsing the same data (QJsonValue::fromVariant() and
 //   toVariant(), a plain QFile).
-// Run: cmake --build build --target bench_form_files && QT_QPA_PLATFORM=offscreen build/bench/bench_form_files
+// Run: cmake --build build --target bench_form_files && QT_QPA_PLATFORM=offscreen
+// build/bench/bench_form_files
 #include "bench_util.h"
 
 #include "qzgui/form_scan.h"
@@ -57,17 +58,22 @@ double seconds(const std::function<void()>& step)
 QWidget* make_field(int i, QWidget* parent)
 {
     switch (i % 6) {
-    case 0: return new QSpinBox(parent);
-    case 1: return new QLineEdit(parent);
-    case 2: return new QCheckBox(parent);
-    case 3: return new QDoubleSpinBox(parent);
+    case 0:
+        return new QSpinBox(parent);
+    case 1:
+        return new QLineEdit(parent);
+    case 2:
+        return new QCheckBox(parent);
+    case 3:
+        return new QDoubleSpinBox(parent);
     case 4: {
         auto* box = new QComboBox(parent);
         box->addItem(QStringLiteral("off"), 0u);
         box->addItem(QStringLiteral("on"), 1u);
         return box;
     }
-    default: return new QDateTimeEdit(parent);
+    default:
+        return new QDateTimeEdit(parent);
     }
 }
 
@@ -85,7 +91,8 @@ std::unique_ptr<QTabWidget> make_form()
             for (int r = 0; r < rows_per_group; ++r, ++id) {
                 QWidget* field = make_field(id, group);
                 field->setObjectName(QStringLiteral("field_%1").arg(id));
-                field->setProperty("qz_param_id", id % 2 ? QVariant(id) : QVariant(QStringLiteral("0x%1").arg(id, 0, 16)));
+                field->setProperty("qz_param_id",
+                                   id % 2 ? QVariant(id) : QVariant(QStringLiteral("0x%1").arg(id, 0, 16)));
                 auto* label = new QLabel(QStringLiteral("Field %1").arg(id), group);
                 label->setBuddy(field);
                 rows->addRow(label, field);
@@ -104,13 +111,27 @@ QMap<uint32_t, QVariant> mixed_values()
     for (int i = 0; i < parameters; ++i) {
         const uint32_t id = 0x1000 + uint32_t(i);
         switch (i % 7) {
-        case 0: values.insert(id, i % 3 == 0); break;
-        case 1: values.insert(id, -i * 37); break;
-        case 2: values.insert(id, uint(i) * 2654435761u); break;
-        case 3: values.insert(id, i / 7.0 + 0.1); break;
-        case 4: values.insert(id, QStringLiteral("pump %1, west hall").arg(i)); break;
-        case 5: values.insert(id, start.addMSecs(qint64(i) * 1234567)); break;
-        default: values.insert(id, QVariant()); break;
+        case 0:
+            values.insert(id, i % 3 == 0);
+            break;
+        case 1:
+            values.insert(id, -i * 37);
+            break;
+        case 2:
+            values.insert(id, uint(i) * 2654435761u);
+            break;
+        case 3:
+            values.insert(id, i / 7.0 + 0.1);
+            break;
+        case 4:
+            values.insert(id, QStringLiteral("pump %1, west hall").arg(i));
+            break;
+        case 5:
+            values.insert(id, start.addMSecs(qint64(i) * 1234567));
+            break;
+        default:
+            values.insert(id, QVariant());
+            break;
         }
     }
     return values;
@@ -120,7 +141,8 @@ void bare_save(const QString& path, const QMap<uint32_t, QVariant>& values)
 {
     QJsonArray list;
     for (auto it = values.cbegin(); it != values.cend(); ++it)
-        list.append(QJsonObject{{QStringLiteral("id"), qint64(it.key())}, {QStringLiteral("value"), QJsonValue::fromVariant(*it)}});
+        list.append(QJsonObject{{QStringLiteral("id"), qint64(it.key())},
+                                {QStringLiteral("value"), QJsonValue::fromVariant(*it)}});
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(list).toJson()) < 0)
         qFatal("cannot write %s", qPrintable(path));
@@ -135,19 +157,21 @@ QMap<uint32_t, QVariant> bare_load(const QString& path)
     const QJsonArray list = QJsonDocument::fromJson(file.readAll()).array();
     for (const QJsonValue& item : list) {
         const QJsonObject entry = item.toObject();
-        values.insert(uint32_t(entry.value(QLatin1String("id")).toDouble()), entry.value(QLatin1String("value")).toVariant());
+        values.insert(uint32_t(entry.value(QLatin1String("id")).toDouble()),
+                      entry.value(QLatin1String("value")).toVariant());
     }
     return values;
 }
 
-void report(const char* what, const std::vector<double>& ours, const std::vector<double>& bare, const char* peer)
+void report(const char* what, const std::vector<double>& ours, const std::vector<double>& bare,
+            const char* peer)
 {
     using qz::bench::median;
     std::vector<double> ratios;
     for (size_t i = 0; i < ours.size(); ++i)
         ratios.push_back(ours[i] / bare[i]);
-    std::printf("%-34s %9.2f ms   %-40s %9.2f ms   ratio %.2f (target <= 2)\n", what, median(ours) * 1e3, peer,
-                median(bare) * 1e3, median(ratios));
+    std::printf("%-34s %9.2f ms   %-40s %9.2f ms   ratio %.2f (target <= 2)\n", what, median(ours) * 1e3,
+                peer, median(bare) * 1e3, median(ratios));
 }
 
 } // namespace

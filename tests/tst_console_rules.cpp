@@ -9,7 +9,10 @@
 
 #include "simulator/simulated_module.h"
 
+#include <qzgui/HexSpinBox16.h>
+#include <qzgui/HexSpinBox32.h>
 #include <qzgui/log_controller.h>
+#include <qzgui/parameter_file.h>
 #include <qzgui/sat_worker.h>
 #include <qzgui/settings_keys.h>
 
@@ -19,7 +22,9 @@
 #include <QComboBox>
 #include <QDateTimeEdit>
 #include <QDoubleSpinBox>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -91,6 +96,25 @@ bool underlined(console_window& window, uint32_t id)
 void click(QPushButton* button)
 {
     QTest::mouseClick(button, Qt::LeftButton);
+}
+
+// Once the question that closing asks is up, clicks its button with @p text.
+void answer_close_question(const QString& text)
+{
+    auto* poll = new QTimer;
+    QObject::connect(poll, &QTimer::timeout, [poll, text] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        poll->deleteLater();
+        for (QAbstractButton* button : box->buttons())
+            if (button->text().remove(QLatin1Char('&')) == text) {
+                QTest::mouseClick(button, Qt::LeftButton);
+                return;
+            }
+        box->reject(); // a missing button shows as the window left open
+    });
+    poll->start(10);
 }
 
 // Selects all of a field's text and types @p text, as a user does.
@@ -382,6 +406,165 @@ private slots:
         QCOMPARE(_module->stored(dc::id_frequency), QVariant(433.93));
         QVERIFY(window().pending_ids().isEmpty());
         check_form_matches_device("after the write");
+    }
+
+    void the_designer_form_binds_every_parameter()
+    {
+        for (const dc::parameter_t& p : dc::parameters()) {
+            QVERIFY2(window().field(p.id), qPrintable(dc::parameter_name(p.id)));
+            auto* hint = qobject_cast<QLabel*>(window().hint(p.id));
+            QVERIFY2(hint && hint->text() == p.name, qPrintable(dc::parameter_name(p.id)));
+        }
+        QVERIFY(dynamic_cast<qz::gui::HexSpinBox16*>(window().field(dc::id_address)));
+        QVERIFY(dynamic_cast<qz::gui::HexSpinBox32*>(window().field(dc::id_mask)));
+    }
+
+    void a_loaded_file_becomes_pending_changes_that_write_sends()
+    {
+        read();
+        const QString file = _logs->filePath(QStringLiteral("saved.json"));
+        retype(window().name_field(), QStringLiteral("saved name"));
+        write();
+        QVERIFY(window().save_parameters_to(file));
+        retype(window().name_field(), QStringLiteral("later name"));
+        retype(window().gain_field(), QStringLiteral("3"));
+        write();
+        QCOMPARE(_module->stored(dc::id_name).toString(), QStringLiteral("later name"));
+
+        QVERIFY(window().load_parameters_from(file));
+        QCOMPARE(window().pending_ids(), (QVector<uint32_t>{dc::id_name, dc::id_gain}));
+        QVERIFY(underlined(window(), dc::id_name));
+        check_form_matches_device("after the load");
+        write();
+        QCOMPARE(_module->stored(dc::id_name).toString(), QStringLiteral("saved name"));
+        QCOMPARE(_module->stored(dc::id_gain).toInt(), 12);
+        QVERIFY(window().pending_ids().isEmpty());
+        check_form_matches_device("after the write");
+    }
+
+    void a_loaded_value_the_device_holds_is_no_change()
+    {
+        read();
+        const QString file = _logs->filePath(QStringLiteral("device.json"));
+        QVERIFY(window().save_parameters_to(file));
+        retype(window().gain_field(), QStringLiteral("20"));
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        QVERIFY(window().load_parameters_from(file));
+        QCOMPARE(window().gain_field()->value(), 12);
+        QVERIFY(window().pending_ids().isEmpty());
+        QVERIFY(!underlined(window(), dc::id_gain));
+        QVERIFY(logged_messages(window()).last().endsWith(QStringLiteral("; pending: none")));
+    }
+
+    void values_the_form_cannot_take_are_logged()
+    {
+        read();
+        const QString file = _logs->filePath(QStringLiteral("foreign.json"));
+        qz::gui::save_parameters(file,
+                                 {{dc::id_gain, 55}, {dc::id_firmware, QStringLiteral("9.9")}, {0x99, 1}});
+        QVERIFY(window().load_parameters_from(file));
+        const QStringList messages = logged_messages(window());
+        QVERIFY2(
+            messages.contains(QStringLiteral("0x0003 Gain (dB): the file holds 55, which the active profile "
+                                             "cannot show")),
+            qPrintable(messages.join('\n')));
+        QVERIFY(messages.contains(QStringLiteral("not editable here, left alone: 0x0006 Firmware")));
+        QVERIFY(messages.contains(QStringLiteral("not parameters of this device, left alone: 0x0099")));
+        // The nearest value the profile allows is pending; the label kept the device's text.
+        QCOMPARE(window().gain_field()->value(), 30);
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        QCOMPARE(window().field_value(dc::id_firmware), QVariant());
+        QCOMPARE(qobject_cast<QLabel*>(window().field(dc::id_firmware))->text(), QStringLiteral("2.4.1"));
+        check_form_matches_device("after the load");
+    }
+
+    void a_file_that_does_not_load_changes_nothing()
+    {
+        read();
+        retype(window().gain_field(), QStringLiteral("20"));
+        const QString file = _logs->filePath(QStringLiteral("cut.json"));
+        QVERIFY(window().save_parameters_to(file));
+        QFile f(file);
+        QVERIFY(f.resize(f.size() / 2));
+        retype(window().gain_field(), QStringLiteral("21"));
+        QVERIFY(!window().load_parameters_from(file));
+        QCOMPARE(window().gain_field()->value(), 21);
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        const QString last = logged_messages(window()).last();
+        QVERIFY2(
+            last.startsWith(QStringLiteral("parameters not loaded: ") + file + QStringLiteral(": line ")),
+            qPrintable(last));
+        QVERIFY(!window().save_parameters_to(_logs->path()));
+        QVERIFY(logged_messages(window()).last().startsWith(QStringLiteral("parameters not saved: ")));
+    }
+
+    void closing_with_pending_changes_asks_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<bool>("busy");
+        QTest::newRow("cancel") << "Cancel" << false;
+        QTest::newRow("discard") << "Discard" << false;
+        QTest::newRow("write") << "Write" << false;
+        QTest::newRow("write while writing") << "Write" << true;
+    }
+
+    void closing_with_pending_changes_asks()
+    {
+        QFETCH(QString, answer);
+        QFETCH(bool, busy);
+        read();
+        if (busy) {
+            // A slow write of another field runs when the user closes.
+            window().set_slow_device(true);
+            retype(window().name_field(), QStringLiteral("busy name"));
+            click(window().write_button());
+            QVERIFY(window().is_busy());
+        }
+        retype(window().gain_field(), QStringLiteral("17"));
+        answer_close_question(answer);
+        QCOMPARE(window().close(), answer == QLatin1String("Discard"));
+        const QStringList messages = logged_messages(window());
+        if (answer == QLatin1String("Cancel")) {
+            QVERIFY(window().isVisible());
+            QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+            QCOMPARE(_module->stored(dc::id_gain).toInt(), 12);
+            return;
+        }
+        if (answer == QLatin1String("Discard")) {
+            QVERIFY(!window().isVisible());
+            QCOMPARE(messages.last(), QStringLiteral("closing: pending changes discarded"));
+            QCOMPARE(_module->stored(dc::id_gain).toInt(), 12);
+            return;
+        }
+        // Write: the window waits for the write, then closes by itself.
+        QVERIFY(messages.contains(QStringLiteral("closing after the pending changes are written")));
+        QTRY_VERIFY_WITH_TIMEOUT(!window().isVisible(), operation_timeout_ms);
+        QCOMPARE(_module->stored(dc::id_gain).toInt(), 17);
+        if (busy)
+            QCOMPARE(_module->stored(dc::id_name).toString(), QStringLiteral("busy name"));
+        QString problem;
+        QVERIFY2(operations_are_closed(logged_messages(window()), &problem), qPrintable(problem));
+        QVERIFY(logged_messages(window()).contains(QStringLiteral("written 0x0003 Gain (dB) = 17")));
+    }
+
+    void closing_stays_open_when_the_write_fails()
+    {
+        read();
+        retype(window().gain_field(), QStringLiteral("17"));
+        window().set_unplugged(true);
+        answer_close_question(QStringLiteral("Write"));
+        QVERIFY(!window().close());
+        QVERIFY(QTest::qWaitFor(
+            [this] {
+                return logged_messages(window()).contains(
+                    QStringLiteral("not closing: changes are still pending after the write"));
+            },
+            operation_timeout_ms));
+        QVERIFY(window().isVisible());
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        // Asked again, the user discards.
+        answer_close_question(QStringLiteral("Discard"));
+        QVERIFY(window().close());
     }
 
     void random_use_keeps_form_and_device_in_step()

@@ -74,6 +74,12 @@ private slots:
                                       "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
                                       "QZTTC written 0x0003 Gain (dB) = 14",
                                       "INFO  end of WRITE operation",
+                                      "INFO  saved 8 parameters to ",
+                                      "QZTTC written 0x0002 Device name = QZ-1000 bench copy",
+                                      "INFO  loaded 8 parameters from ",
+                                      "INFO  begin of WRITE operation",
+                                      "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
+                                      "INFO  end of WRITE operation",
                                       "INFO  begin of READ operation",
                                       "ERROR read 0x0003 Gain (dB): CRC error: checksum mismatch",
                                       "INFO  end of READ operation",
@@ -90,6 +96,22 @@ private slots:
             QVERIFY2(at < _lines.size(), qPrintable("missing or out of order: " + message));
             ++at;
         }
+    }
+
+    void the_parameter_file_restores_the_saved_name()
+    {
+        const QString file = _home.filePath(QStringLiteral("device_console_parameters.json"));
+        const QStringList saved = _lines.filter(QStringLiteral("INFO  saved 8 parameters to "));
+        QCOMPARE(saved.size(), 1);
+        QVERIFY2(saved[0].endsWith(QStringLiteral("saved 8 parameters to ") + file), qPrintable(saved[0]));
+        // Only the name differed from the file when it was loaded back.
+        const QStringList loaded = _lines.filter(QStringLiteral("INFO  loaded 8 parameters from "));
+        QCOMPARE(loaded.size(), 1);
+        QVERIFY2(loaded[0].endsWith(file + QStringLiteral("; pending: 0x0002 Device name")),
+                 qPrintable(loaded[0]));
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QVERIFY(f.readAll().contains("\"value\": \"QZ-1000 north mast (service)\""));
     }
 
     void the_stopped_read_ends_early()

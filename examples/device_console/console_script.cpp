@@ -7,8 +7,10 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QSpinBox>
@@ -86,6 +88,24 @@ int run_script(console_window& window, const QString& screenshot)
 
     window.write_changes();
     if (!step("write", wait_for_operation(window)))
+        return 1;
+
+    // A parameter file: saved, the device changed meanwhile, then loaded back as pending changes
+    // and written, which restores the saved setting.
+    const QString parameter_file =
+        QFileInfo(screenshot).absoluteDir().filePath(QStringLiteral("device_console_parameters.json"));
+    if (!step("save parameters", window.save_parameters_to(parameter_file)))
+        return 1;
+    window.name_field()->setFocus();
+    window.name_field()->selectAll();
+    type_text(window.name_field(), QStringLiteral("QZ-1000 bench copy"));
+    window.write_changes();
+    if (!step("write of the new name", wait_for_operation(window)))
+        return 1;
+    if (!step("load parameters", window.load_parameters_from(parameter_file)))
+        return 1;
+    window.write_changes();
+    if (!step("write of the loaded parameters", wait_for_operation(window)))
         return 1;
 
     window.set_crc_error_on_gain(true);

@@ -7,7 +7,11 @@
 #include "simulator/simulated_module.h"
 #include "simulator/simulated_worker.h"
 
-#include <qzgui/HexSpinBox.h>
+#include "ui_parameter_form.h"
+
+#include <qzgui/HexSpinBox16.h>
+#include <qzgui/HexSpinBox32.h>
+#include <qzgui/form_scan.h>
 #include <qzgui/log_controller.h>
 #include <qzgui/parameter_file.h>
 
@@ -17,6 +21,7 @@
 #include <QCoreApplication>
 #include <QDateTimeEdit>
 #include <QDoubleSpinBox>
+#include <QFileDialog>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -24,11 +29,13 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStatusBar>
 
 #include <chrono>
+#include <stdexcept>
 
 namespace device_console {
 
@@ -54,6 +61,7 @@ console_window::console_window(qz::sim::simulated_module& module, QWidget* paren
     : QMainWindow(parent)
     , _module(module)
     , _worker(new qz::sim::simulated_worker(nullptr, &module))
+    , _ui(std::make_unique<Ui::parameter_form>())
 {
     setWindowTitle(tr("Device console"));
     // The log comes first, so that everything from here on can be logged. It reads its directory
@@ -94,8 +102,42 @@ console_window::~console_window()
 
 void console_window::closeEvent(QCloseEvent* event)
 {
+    if (!_may_close()) {
+        event->ignore();
+        return;
+    }
     _stop_worker();
     QMainWindow::closeEvent(event);
+}
+
+bool console_window::_may_close()
+{
+    if (_close_after != close_after_e::nothing)
+        return false; // still waiting for the write; closes by itself afterwards
+    if (pending_ids().isEmpty())
+        return true;
+    QMessageBox ask(QMessageBox::Question, tr("Device console"),
+                    tr("%n field(s) hold changes that are not on the device.", nullptr, pending_ids().size()),
+                    QMessageBox::Discard | QMessageBox::Cancel, this);
+    QPushButton* write = ask.addButton(tr("Write"), QMessageBox::AcceptRole);
+    ask.setDefaultButton(write);
+    ask.setInformativeText(tr("Write them to the device before closing?"));
+    ask.exec();
+    if (ask.clickedButton() == write) {
+        // The window closes once the write has ended and left nothing pending.
+        _log->log(log_item::INFO, QStringLiteral("closing after the pending changes are written"));
+        _close_after = close_after_e::write;
+        if (!_busy) {
+            _close_after = close_after_e::written;
+            write_changes();
+        }
+        return false;
+    }
+    if (ask.standardButton(ask.clickedButton()) == QMessageBox::Discard) {
+        _log->log(log_item::INFO, QStringLiteral("closing: pending changes discarded"));
+        return true;
+    }
+    return false; // Cancel, or the dialog closed
 }
 
 void console_window::showEvent(QShowEvent* event)
@@ -118,6 +160,21 @@ void console_window::_stop_worker()
     // The worker's last reports (the stop, the disconnect, the end of the operation) are queued to
     // this window; they reach the log now, before the window goes.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+QLineEdit* console_window::name_field() const
+{
+    return _ui->name;
+}
+
+QSpinBox* console_window::gain_field() const
+{
+    return _ui->gain;
+}
+
+QCheckBox* console_window::output_field() const
+{
+    return _ui->output;
 }
 
 QWidget* console_window::field(uint32_t id) const
@@ -147,72 +204,13 @@ bool console_window::_is_pending(uint32_t id) const
 
 QWidget* console_window::_build_form()
 {
-    auto* box = new QGroupBox(tr("Parameters"));
-    auto* layout = new QFormLayout(box);
-    for (const parameter_t& p : parameters()) {
-        QWidget* field = nullptr;
-        qz::gui::widget_type_e kind = qz::gui::inert;
-        switch (p.id) {
-        case id_output:
-            field = _output = new QCheckBox(tr("on"));
-            kind = qz::gui::checkbox;
-            break;
-        case id_name:
-            field = _name = new QLineEdit;
-            kind = qz::gui::lineedit;
-            break;
-        case id_gain:
-            field = _gain = new QSpinBox;
-            kind = qz::gui::spinbox;
-            break;
-        case id_frequency: {
-            auto* frequency = new QDoubleSpinBox;
-            _frequency_unit = new QLabel;
-            auto* row = new QWidget;
-            auto* row_layout = new QHBoxLayout(row);
-            row_layout->setContentsMargins(0, 0, 0, 0);
-            row_layout->addWidget(frequency, 1);
-            row_layout->addWidget(_frequency_unit);
-            _widgets.insert(p.id, {qz::gui::doublespinbox, frequency});
-            auto* hint = new QLabel(p.name);
-            _hints.insert(p.id, hint);
-            layout->addRow(hint, row);
-            continue;
-        }
-        case id_mode:
-            field = new QComboBox;
-            kind = qz::gui::combobox;
-            break;
-        case id_firmware:
-            field = new QLabel;
-            kind = qz::gui::label;
-            break;
-        case id_level:
-            field = new QProgressBar;
-            kind = qz::gui::progressbar;
-            break;
-        case id_clock: {
-            auto* clock = new QDateTimeEdit;
-            clock->setDisplayFormat(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-            field = clock;
-            kind = qz::gui::datetimeedit;
-            break;
-        }
-        case id_address:
-            field = _address = new qz::gui::HexSpinBox(true);
-            kind = qz::gui::spinbox; // a HexSpinBox is a QSpinBox
-            break;
-        case id_mask:
-            field = _mask = new qz::gui::HexSpinBox(false);
-            kind = qz::gui::spinbox;
-            break;
-        }
-        // The row's label carries the parameter's hints: underlined when changed, red on error.
-        auto* hint = new QLabel(p.name);
-        _widgets.insert(p.id, {kind, field});
-        _hints.insert(p.id, hint);
-        layout->addRow(hint, field);
-    }
+    // Drawn in Designer; each field names its parameter in the dynamic property qz_param_id, and
+    // each row's label, the field's buddy, carries the hints.
+    auto* box = new QGroupBox;
+    _ui->setupUi(box);
+    const qz::gui::form_bindings bindings = qz::gui::scan_form(box);
+    _widgets = bindings.widgets;
+    _hints = bindings.hints;
     return box;
 }
 
@@ -253,6 +251,9 @@ QWidget* console_window::_build_controls()
 void console_window::_build_menus()
 {
     QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("&Save parameters..."), this, &console_window::_ask_save_parameters);
+    file->addAction(tr("&Load parameters..."), this, &console_window::_ask_load_parameters);
+    file->addSeparator();
     file->addAction(tr("&Settings..."), this, [this] { settings_dialog(this).exec(); });
     file->addSeparator();
     file->addAction(tr("&Quit"), this, &QWidget::close);
@@ -272,24 +273,27 @@ void console_window::_build_menus()
 void console_window::_build_profiles()
 {
     using namespace qz::gui;
-    auto* frequency = static_cast<QWidget*>(_widgets.value(id_frequency).second);
-    auto* mode = static_cast<QWidget*>(_widgets.value(id_mode).second);
+    QWidget* gain = _ui->gain;
+    QWidget* frequency = _ui->frequency;
+    QWidget* mode = _ui->mode;
+    QWidget* unit = _ui->frequency_unit;
+    QWidget* address = _ui->address;
     _profiles.register_profile(
         0,
-        {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 30, 1)},
+        {{gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 30, 1)},
          {frequency,
           std::make_shared<widget_profile_doublespinbox_t>(true, 430.0, 440.0, 0.01, 2, keep_value)},
          {mode, std::make_shared<widget_profile_combobox_t>(true, modes(false))},
-         {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz"))},
-         {_address, std::make_shared<widget_profile_spinbox_t>(false, 0, 0xFF, 1)}});
+         {unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz"))},
+         {address, std::make_shared<widget_profile_spinbox_t>(false, 0, 0xFF, 1)}});
     _profiles.register_profile(
         1,
-        {{_gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 60, 2)},
+        {{gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 60, 2)},
          {frequency,
           std::make_shared<widget_profile_doublespinbox_t>(true, 400.0, 470.0, 0.001, 3, keep_value)},
          {mode, std::make_shared<widget_profile_combobox_t>(true, modes(true))},
-         {_frequency_unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz (extended)"))},
-         {_address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
+         {unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz (extended)"))},
+         {address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
 }
 
 void console_window::_connect_worker()
@@ -333,6 +337,31 @@ void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::
     }
     _set_busy(false);
     emit operation_finished();
+    _continue_closing();
+}
+
+void console_window::_continue_closing()
+{
+    switch (_close_after) {
+    case close_after_e::nothing:
+        return;
+    case close_after_e::write:
+        // The operation that was running when the user closed has ended: now the write.
+        _close_after = close_after_e::written;
+        if (!pending_ids().isEmpty()) {
+            write_changes();
+            return;
+        }
+        break;
+    case close_after_e::written:
+        break;
+    }
+    _close_after = close_after_e::nothing;
+    if (!pending_ids().isEmpty()) {
+        _log->log(log_item::WARN, QStringLiteral("not closing: changes are still pending after the write"));
+        return;
+    }
+    close();
 }
 
 void console_window::_on_value(uint32_t id, const QVariant& value)
@@ -476,6 +505,90 @@ void console_window::select_profile(int index)
     for (const uint32_t id : pending_ids())
         if (!before.contains(id))
             _settle(id);
+}
+
+bool console_window::save_parameters_to(const QString& path)
+{
+    const QMap<uint32_t, QVariant> values = qz::gui::read_form_values(_widgets);
+    try {
+        qz::gui::save_parameters(path, values);
+    } catch (const std::runtime_error& e) {
+        _log->log(log_item::ERROR,
+                  QStringLiteral("parameters not saved: ") + printable(QString::fromUtf8(e.what())));
+        return false;
+    }
+    _log->log(log_item::INFO,
+              QStringLiteral("saved %1 parameters to %2").arg(values.size()).arg(printable(path)));
+    return true;
+}
+
+bool console_window::load_parameters_from(const QString& path)
+{
+    QMap<uint32_t, QVariant> values;
+    try {
+        values = qz::gui::load_parameters(path);
+    } catch (const std::runtime_error& e) {
+        _log->log(log_item::ERROR,
+                  QStringLiteral("parameters not loaded: ") + printable(QString::fromUtf8(e.what())));
+        return false;
+    }
+    const QVector<uint32_t> unbound = qz::gui::apply_as_changes(*_form, _widgets, values);
+    const QMap<uint32_t, QVariant> shown = qz::gui::read_form_values(_widgets);
+    QStringList not_editable;
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        const uint32_t id = it.key();
+        if (unbound.contains(id))
+            continue;
+        if (!shown.contains(id)) {
+            not_editable.append(parameter_name(id));
+            continue;
+        }
+        // A field the active profile could not give the file's value keeps the nearest it can.
+        if (shown.value(id) != *it)
+            _log->log(log_item::WARN,
+                      QStringLiteral("%1: the file holds %2, which the active profile cannot show")
+                          .arg(parameter_name(id), format_value(id, *it)));
+        // A loaded value that equals the device's is no change: the field settles again.
+        const auto device = _last_read.constFind(id);
+        if (device != _last_read.constEnd() && shown.value(id) == *device && _is_pending(id))
+            _settle(id);
+    }
+    QStringList names;
+    for (const uint32_t id : pending_ids())
+        names.append(parameter_name(id));
+    _log->log(log_item::INFO,
+              QStringLiteral("loaded %1 parameters from %2; pending: %3")
+                  .arg(values.size())
+                  .arg(printable(path), names.isEmpty() ? QStringLiteral("none") : names.join(", ")));
+    if (!not_editable.isEmpty())
+        _log->log(log_item::WARN,
+                  QStringLiteral("not editable here, left alone: ") + not_editable.join(", "));
+    if (!unbound.isEmpty()) {
+        QStringList ids;
+        for (const uint32_t id : unbound)
+            ids.append(parameter_name(id));
+        _log->log(log_item::WARN,
+                  QStringLiteral("not parameters of this device, left alone: ") + ids.join(", "));
+    }
+    return true;
+}
+
+void console_window::_ask_save_parameters()
+{
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Save parameters"), QString(), tr("Parameter files (*.json)"));
+    if (!path.isEmpty() && !save_parameters_to(path))
+        QMessageBox::warning(this, tr("Save parameters"),
+                             tr("The parameters were not saved; the log says why."));
+}
+
+void console_window::_ask_load_parameters()
+{
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Load parameters"), QString(), tr("Parameter files (*.json)"));
+    if (!path.isEmpty() && !load_parameters_from(path))
+        QMessageBox::warning(this, tr("Load parameters"),
+                             tr("The parameters were not loaded; the log says why."));
 }
 
 void console_window::set_unplugged(bool on)

@@ -15,6 +15,7 @@
 class QAction;
 class QCheckBox;
 class QCloseEvent;
+class QString;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -24,9 +25,12 @@ class QShowEvent;
 class QSpinBox;
 
 namespace qz::gui {
-class HexSpinBox;
 class log_controller;
 } // namespace qz::gui
+
+namespace Ui {
+class parameter_form;
+} // namespace Ui
 
 namespace qz::sim {
 class simulated_module;
@@ -61,6 +65,15 @@ public:
     /// Activates profile @p index (0 standard, 1 extended).
     void select_profile(int index);
 
+    /// Saves what every field shows (pending changes included) to the parameter file @p path.
+    /// @return false when it could not; the log says why
+    bool save_parameters_to(const QString& path);
+    /// Loads the parameter file @p path: each value that differs from its field becomes a pending
+    /// change, for Write to send. Values of other devices' parameters, values the form cannot
+    /// edit and values the active profile cannot show are logged.
+    /// @return false when the file could not be loaded; nothing changed then and the log says why
+    bool load_parameters_from(const QString& path);
+
     /// Fault injection of the Device menu.
     void set_unplugged(bool on);
     void set_pipe_mode(bool on);
@@ -75,9 +88,9 @@ public:
     QVariant field_value(uint32_t id) const;
 
     qz::gui::log_controller& log() { return *_log; }
-    QLineEdit* name_field() const { return _name; }
-    QSpinBox* gain_field() const { return _gain; }
-    QCheckBox* output_field() const { return _output; }
+    QLineEdit* name_field() const;
+    QSpinBox* gain_field() const;
+    QCheckBox* output_field() const;
     QWidget* field(uint32_t id) const;
     QWidget* hint(uint32_t id) const { return _hints.value(id); }
     QPushButton* read_button() const { return _read; }
@@ -91,7 +104,8 @@ Q_SIGNALS:
     void operation_finished();
 
 protected:
-    /// Stops the worker and lets its last reports reach the log before the window goes.
+    /// With pending changes, asks whether to write them first, discard them or stay open; then
+    /// stops the worker and lets its last reports reach the log before the window goes.
     void closeEvent(QCloseEvent* event) override;
     /// Starts the worker's thread again for a window shown after it was closed.
     void showEvent(QShowEvent* event) override;
@@ -114,24 +128,23 @@ private:
     void _apply_faults();
     void _set_busy(bool busy);
     void _stop_worker();
+    void _ask_save_parameters();
+    void _ask_load_parameters();
+    bool _may_close();
+    void _continue_closing();
 
     qz::sim::simulated_module& _module;
     QThread _worker_thread;
     qz::sim::simulated_worker* _worker;
     qz::gui::resource_manager _texts;
 
+    std::unique_ptr<Ui::parameter_form> _ui;
     QMap<uint32_t, QPair<qz::gui::widget_type_e, QObject*>> _widgets;
     QMap<uint32_t, QWidget*> _hints;
     QMap<uint32_t, QVariant> _last_read;
     std::unique_ptr<qz::gui::ui_controller> _form;
     qz::gui::widget_profile_controller _profiles;
 
-    QCheckBox* _output = nullptr;
-    QLineEdit* _name = nullptr;
-    QSpinBox* _gain = nullptr;
-    QLabel* _frequency_unit = nullptr;
-    qz::gui::HexSpinBox* _address = nullptr;
-    qz::gui::HexSpinBox* _mask = nullptr;
     QComboBox* _profile = nullptr;
     QPushButton* _read = nullptr;
     QPushButton* _write = nullptr;
@@ -141,6 +154,9 @@ private:
     std::unique_ptr<qz::gui::log_controller> _log;
     QLabel* _status = nullptr;
     bool _busy = false;
+    // Closing waits for the pending changes to be written: first for a running operation to end,
+    // then for the write.
+    enum class close_after_e { nothing, write, written } _close_after = close_after_e::nothing;
     bool _unplugged = false;
     bool _crc_on_gain = false;
 };
