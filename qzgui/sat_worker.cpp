@@ -51,13 +51,23 @@ bool capture(Fn&& fn, Report&& report)
     return false;
 }
 
+// The request types as moc spells them in normalised signatures: Qt 6 writes QVector as QList
+// and QPair as std::pair, which they are there.
+#if QT_VERSION_MAJOR < 6
+constexpr char read_request_type[] = "QVector<uint32_t>";
+constexpr char write_request_type[] = "QVector<QPair<uint32_t,QVariant> >";
+#else
+constexpr char read_request_type[] = "QList<uint32_t>";
+constexpr char write_request_type[] = "QList<std::pair<uint32_t,QVariant>>";
+#endif
+
 } // namespace
 
 void register_meta_types()
 {
     qRegisterMetaType<uint32_t>("uint32_t");
-    qRegisterMetaType<QVector<uint32_t>>("QVector<uint32_t>");
-    qRegisterMetaType<QVector<QPair<uint32_t, QVariant>>>("QVector<QPair<uint32_t,QVariant> >");
+    qRegisterMetaType<QVector<uint32_t>>(read_request_type);
+    qRegisterMetaType<QVector<QPair<uint32_t, QVariant>>>(write_request_type);
     qRegisterMetaType<sat_worker::connection_state_e>("connection_state_e");
     qRegisterMetaType<sat_worker::operation_type_e>("operation_type_e");
     qRegisterMetaType<sat_worker::operation_status_e>("operation_status_e");

@@ -28,7 +28,9 @@ using api::proto::error_descriptor;
 /**
  * Registers every type of the worker's signal and slot signatures under the name that stands in
  * the signature ("uint32_t", "QVector<uint32_t>", "QVector<QPair<uint32_t,QVariant> >",
- * "connection_state_e", "operation_type_e", "operation_status_e", "error_descriptor").
+ * "connection_state_e", "operation_type_e", "operation_status_e", "error_descriptor"). With Qt 6,
+ * whose moc spells the two requests "QList<uint32_t>" and "QList<std::pair<uint32_t,QVariant>>",
+ * those are the names.
  *
  * Qt queues a request from another thread only when these names are known, so a host application
  * calls this once, before its first queued request (for instance before it starts the worker's

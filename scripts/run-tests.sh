@@ -1,24 +1,27 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: BSD-3-Clause
 # Installs what is missing, builds qzgui with its tests and runs every test.
-# Usage: scripts/run-tests.sh [--sanitize address,undefined|thread]
+# Usage: scripts/run-tests.sh [--qt 5|6] [--sanitize address,undefined|thread]
+#   --qt 6 builds for Qt 6 into directories of its own (build-qt6, build-qt6-address-undefined, ...).
 #   With thread, only the tests labelled "threads" run (the worker and the simulated device).
 #   QZGUI_WERROR=ON turns compiler warnings into errors (CI sets it).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/qt-choice.sh
 
 sanitize=""
+set -- ${args[@]+"${args[@]}"}
 if [ "${1:-}" = "--sanitize" ]; then
     sanitize="${2:?--sanitize needs a list such as address,undefined}"
 fi
 
-scripts/setup-debian.sh
+scripts/setup-debian.sh --qt "$qt"
 
-build="build"
-[ -n "$sanitize" ] && build="build-${sanitize//,/-}"
+build="build$qt_suffix"
+[ -n "$sanitize" ] && build="build$qt_suffix-${sanitize//,/-}"
 jobs=$(nproc)
 
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQZGUI_QT_MAJOR_VERSION="$qt" \
     -DQZGUI_BUILD_TESTS=ON -DQZGUI_BUILD_EXAMPLES=ON -DQZGUI_BUILD_BENCHMARKS=ON \
     -DQZGUI_WERROR="${QZGUI_WERROR:-OFF}" -DQZGUI_SANITIZE="$sanitize"
 cmake --build "$build" --parallel "$jobs"

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: BSD-3-Clause
 # Installs the Debian 12 packages that building and testing qzgui needs, when they are missing.
-# Usage: scripts/setup-debian.sh [extra-package...]
+# Usage: scripts/setup-debian.sh [--qt 5|6] [extra-package...]   (Qt 5 unless told)
 set -euo pipefail
+source "$(dirname "$0")/qt-choice.sh"
 
-packages=(cmake make g++ qtbase5-dev qtbase5-dev-tools qttools5-dev qttools5-dev-tools xvfb xauth pkgconf doxygen clang-format "$@")
+packages=(cmake make g++ "${qt_packages[@]}" xvfb xauth pkgconf doxygen clang-format ${args[@]+"${args[@]}"})
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -149,8 +149,7 @@ private slots:
 
         const QVariant v = QVariant::fromValue(d);
         QVERIFY(QMetaType::isRegistered(v.userType()));
-        QCOMPARE(QByteArray(QMetaType::typeName(v.userType())),
-                 QByteArray("qz::api::proto::error_descriptor"));
+        QCOMPARE(QByteArray(v.typeName()), QByteArray("qz::api::proto::error_descriptor"));
         const auto copy = v.value<error_descriptor>();
         QCOMPARE(copy.message, QStringLiteral("write"));
         QCOMPARE(copy.details, QStringLiteral("more"));

@@ -18,6 +18,25 @@ using W = qz::gui::sat_worker;
 
 namespace {
 
+// The request types' names in normalised signatures, as each Qt's moc writes them.
+#if QT_VERSION_MAJOR < 6
+const char read_request_name[] = "QVector<uint32_t>";
+const char write_request_name[] = "QVector<QPair<uint32_t,QVariant> >";
+#else
+const char read_request_name[] = "QList<uint32_t>";
+const char write_request_name[] = "QList<std::pair<uint32_t,QVariant>>";
+#endif
+
+// The id of the meta type registered under @p name; Qt 6 looks names up through QMetaType.
+int type_named(const char* name)
+{
+#if QT_VERSION_MAJOR < 6
+    return QMetaType::type(name);
+#else
+    return QMetaType::fromName(name).id();
+#endif
+}
+
 const char unregistered_child[] = "--unregistered-request-child";
 
 // A worker living in its own QThread, torn down the way an application does it.
@@ -100,9 +119,9 @@ private slots:
                            << QByteArray("void");
         QTest::newRow("1") << 1 << QByteArray("disconnect_module()") << QByteArray("") << sig << pub
                            << QByteArray("void");
-        QTest::newRow("2") << 2 << QByteArray("get_params(QVector<uint32_t>)") << QByteArray("params") << sig
-                           << pub << QByteArray("void");
-        QTest::newRow("3") << 3 << QByteArray("set_params(QVector<QPair<uint32_t,QVariant> >)")
+        QTest::newRow("2") << 2 << QByteArray("get_params(") + read_request_name + ")" << QByteArray("params")
+                           << sig << pub << QByteArray("void");
+        QTest::newRow("3") << 3 << QByteArray("set_params(") + write_request_name + ")"
                            << QByteArray("params") << sig << pub << QByteArray("void");
         QTest::newRow("4") << 4 << QByteArray("on_connection_state(connection_state_e)") << QByteArray("cs")
                            << sig << pub << QByteArray("void");
@@ -124,9 +143,9 @@ private slots:
                             << QByteArray("bool");
         QTest::newRow("13") << 13 << QByteArray("_disconnect_module()") << QByteArray("") << slot << prot
                             << QByteArray("void");
-        QTest::newRow("14") << 14 << QByteArray("_get_params(QVector<uint32_t>)") << QByteArray("params")
-                            << slot << prot << QByteArray("void");
-        QTest::newRow("15") << 15 << QByteArray("_set_params(QVector<QPair<uint32_t,QVariant> >)")
+        QTest::newRow("14") << 14 << QByteArray("_get_params(") + read_request_name + ")"
+                            << QByteArray("params") << slot << prot << QByteArray("void");
+        QTest::newRow("15") << 15 << QByteArray("_set_params(") + write_request_name + ")"
                             << QByteArray("params") << slot << prot << QByteArray("void");
         QTest::newRow("16") << 16 << QByteArray("_cache_parameter_and_emit_signal(uint32_t,QVariant,bool)")
                             << QByteArray("p,v,emit_signal") << slot << prot << QByteArray("void");
@@ -229,14 +248,21 @@ private slots:
     void meta_types_are_registered_under_signature_names()
     {
         qz::gui::register_meta_types(); // a second call changes nothing
-        QCOMPARE(QMetaType::type("uint32_t"), int(QMetaType::UInt));
-        QCOMPARE(QMetaType::type("QVector<uint32_t>"), qMetaTypeId<QVector<uint>>());
+        QCOMPARE(type_named("uint32_t"), int(QMetaType::UInt));
+        QCOMPARE(type_named(read_request_name), qMetaTypeId<QVector<uint>>());
         using pair_vector = QVector<QPair<uint, QVariant>>;
-        QCOMPARE(QMetaType::type("QVector<QPair<uint32_t,QVariant> >"), qMetaTypeId<pair_vector>());
-        QCOMPARE(QMetaType::type("connection_state_e"), qMetaTypeId<W::connection_state_e>());
-        QCOMPARE(QMetaType::type("operation_type_e"), qMetaTypeId<W::operation_type_e>());
-        QCOMPARE(QMetaType::type("operation_status_e"), qMetaTypeId<W::operation_status_e>());
-        QCOMPARE(QMetaType::type("error_descriptor"), qMetaTypeId<qz::gui::error_descriptor>());
+        QCOMPARE(type_named(write_request_name), qMetaTypeId<pair_vector>());
+        QCOMPARE(type_named("connection_state_e"), qMetaTypeId<W::connection_state_e>());
+        QCOMPARE(type_named("operation_type_e"), qMetaTypeId<W::operation_type_e>());
+        QCOMPARE(type_named("operation_status_e"), qMetaTypeId<W::operation_status_e>());
+        QCOMPARE(type_named("error_descriptor"), qMetaTypeId<qz::gui::error_descriptor>());
+    }
+
+    void request_signatures_are_spelled_as_moc_spells_them()
+    {
+        const QMetaObject& meta = W::staticMetaObject;
+        QVERIFY(meta.indexOfSignal(QByteArray("get_params(") + read_request_name + ")") >= 0);
+        QVERIFY(meta.indexOfSignal(QByteArray("set_params(") + write_request_name + ")") >= 0);
     }
 
     void requests_can_be_walked_as_variants()
@@ -252,10 +278,20 @@ private slots:
         using pair_interface = QtMetaTypePrivate::QPairVariantInterfaceImpl;
         QVERIFY(pair.canConvert<pair_interface>());
         const auto walked = pair.value<pair_interface>();
+#if QT_VERSION_MAJOR < 6
         QCOMPARE(walked.first().metaTypeId, int(QMetaType::UInt));
         QCOMPARE(*static_cast<const uint*>(walked.first().data), 1u);
         QCOMPARE(walked.second().metaTypeId, int(QMetaType::QVariant));
         QCOMPARE(*static_cast<const QVariant*>(walked.second().data), QVariant(5));
+#else
+        // Qt 6 hands the members out into the caller's storage of their types.
+        uint first = 0;
+        QVariant second;
+        walked.first(&first);
+        walked.second(&second);
+        QCOMPARE(first, 1u);
+        QCOMPARE(second, QVariant(5));
+#endif
     }
 
     void empty_read_from_another_thread_arrives()
@@ -307,7 +343,7 @@ private slots:
             QCOMPARE(call.thread, &w.thread);
     }
 
-    void without_registration_requests_are_refused_and_uint_does_not_match()
+    void without_registration_requests_queue_as_qt_allows_and_uint_does_not_match()
     {
         QProcess child;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -324,9 +360,15 @@ private slots:
         QCOMPARE(child.exitCode(), 0);
         QVERIFY2(out.contains("connect by uint32_t: 1"), out.constData());
         QVERIFY2(out.contains("connect by uint: 0"), out.constData());
-        QVERIFY2(out.contains("module calls: 0"), out.constData());
         QVERIFY2(err.contains("No such signal"), err.constData());
+#if QT_VERSION_MAJOR < 6
+        QVERIFY2(out.contains("module calls: 0"), out.constData());
         QVERIFY2(err.contains("Cannot queue arguments of type 'QVector<uint32_t>'"), err.constData());
+#else
+        // Qt 6's moc records the argument types, so the request is queued all the same.
+        QVERIFY2(out.contains("module calls: ") && !out.contains("module calls: 0"), out.constData());
+        QVERIFY2(!err.contains("Cannot queue arguments"), err.constData());
+#endif
     }
 };
 

@@ -133,7 +133,9 @@ int run_script(console_window& window, const QString& screenshot)
     if (!step("log file", file.open(QIODevice::ReadOnly)))
         return 1;
     QTextStream out(stdout);
-    out.setCodec("UTF-8");
+#if QT_VERSION_MAJOR < 6
+    out.setCodec("UTF-8"); // Qt 6 streams write UTF-8 already
+#endif
     for (const QByteArray& line : file.readAll().split('\n'))
         if (!line.isEmpty())
             out << QString::fromUtf8(line.endsWith('\r') ? line.chopped(1) : line) << "\n";

@@ -15,25 +15,28 @@ set(args -S "${CONSUMER_DIR}" -B "${WORK_DIR}/build" -G "${GENERATOR}"
     -DCMAKE_CXX_COMPILER=${CXX_COMPILER} -DCMAKE_BUILD_TYPE=Release)
 if(MODE STREQUAL "find_package")
     run(${CMAKE_COMMAND} --install "${QZGUI_BUILD_DIR}" --prefix "${WORK_DIR}/prefix")
-    foreach(f include/qzgui/HexSpinBox.h include/qzgui/qzgui_export.h
-              include/qzgui/sat_worker.h include/qzgui/log_controller.h
-              include/qzgui/HexSpinBox16.h include/qzgui/HexSpinBox32.h
-              include/module_api/qz_module.h include/module_api/error_descriptor.h
-              lib/cmake/qzgui/qzguiConfig.cmake lib/cmake/qzgui/qzguiConfigVersion.cmake)
+    foreach(f ${INCLUDE_DIR}/qzgui/HexSpinBox.h ${INCLUDE_DIR}/qzgui/qzgui_export.h
+              ${INCLUDE_DIR}/qzgui/sat_worker.h ${INCLUDE_DIR}/qzgui/log_controller.h
+              ${INCLUDE_DIR}/qzgui/HexSpinBox16.h ${INCLUDE_DIR}/qzgui/HexSpinBox32.h
+              ${INCLUDE_DIR}/qzgui/form_scan.h ${INCLUDE_DIR}/qzgui/parameter_file.h
+              ${INCLUDE_DIR}/module_api/qz_module.h ${INCLUDE_DIR}/module_api/error_descriptor.h
+              lib/cmake/${PACKAGE}/${PACKAGE}Config.cmake lib/cmake/${PACKAGE}/${PACKAGE}ConfigVersion.cmake)
         if(NOT EXISTS "${WORK_DIR}/prefix/${f}")
             message(FATAL_ERROR "not installed: ${f}")
         endif()
     endforeach()
+    # In that Qt's own plugin directory.
     file(GLOB_RECURSE plugin "${WORK_DIR}/prefix/libqzgui_designer.so")
+    list(FILTER plugin INCLUDE REGEX "/qt${QT_MAJOR}/plugins/designer/")
     if(EXPECT_DESIGNER AND NOT plugin)
         message(FATAL_ERROR "the Designer plugin was not installed")
     endif()
-    if(EXPECT_QM AND NOT EXISTS "${WORK_DIR}/prefix/share/qzgui/translations/qzgui_de.qm")
-        message(FATAL_ERROR "not installed: share/qzgui/translations/qzgui_de.qm")
+    if(EXPECT_QM AND NOT EXISTS "${WORK_DIR}/prefix/share/${PACKAGE}/translations/qzgui_de.qm")
+        message(FATAL_ERROR "not installed: share/${PACKAGE}/translations/qzgui_de.qm")
     endif()
-    list(APPEND args -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+    list(APPEND args -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix -DQZGUI_PACKAGE=${PACKAGE})
 else()
-    list(APPEND args -DQZGUI_SOURCE_DIR=${QZGUI_SOURCE_DIR})
+    list(APPEND args -DQZGUI_SOURCE_DIR=${QZGUI_SOURCE_DIR} -DQZGUI_QT_MAJOR_VERSION=${QT_MAJOR})
 endif()
 
 run(${CMAKE_COMMAND} ${args})
