@@ -21,7 +21,14 @@ build="build$qt_suffix"
 [ -n "$sanitize" ] && build="build$qt_suffix-${sanitize//,/-}"
 jobs=$(nproc)
 
+# A Qt 6 build is also installed beside the Qt 5 one, where ./build holds one.
+side_by_side=""
+if [ "$qt" = 6 ] && grep -q '^QZGUI_QT_MAJOR_VERSION:STRING=5$' build/CMakeCache.txt 2>/dev/null; then
+    side_by_side="$PWD/build"
+fi
+
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQZGUI_QT_MAJOR_VERSION="$qt" \
+    -DQZGUI_SIDE_BY_SIDE_BUILD="$side_by_side" \
     -DQZGUI_BUILD_TESTS=ON -DQZGUI_BUILD_EXAMPLES=ON -DQZGUI_BUILD_BENCHMARKS=ON \
     -DQZGUI_WERROR="${QZGUI_WERROR:-OFF}" -DQZGUI_SANITIZE="$sanitize"
 cmake --build "$build" --parallel "$jobs"

@@ -20,7 +20,8 @@ int main(int argc, char** argv)
     const qz::api::proto::media_exception failure(qz::api::proto::media_exception::no_device, "x");
     const qz::api::proto::error_descriptor descriptor(&failure, nullptr, nullptr);
 
-    std::printf("%s %d %d\n", qPrintable(box.text()), box.value(), int(descriptor.media_type));
+    std::printf("Qt %s\n%s %d %d\n", qVersion(), qPrintable(box.text()), box.value(),
+                int(descriptor.media_type));
     const bool ok = box.text() == QLatin1String("0xFFFFFFFF") && box.value() == -1
         && descriptor.media_type == qz::api::proto::media_exception::no_device;
     return ok ? 0 : 1;
