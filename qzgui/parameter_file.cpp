@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 
 namespace qz::gui {
@@ -139,14 +140,14 @@ QJsonObject entry_of(const QString& path, uint32_t id, const QVariant& value)
 // Reports faults of one entry with its place in the file.
 struct entry_reader {
     const QString& path;
-    int position; // 1-based, as people count
-    QString id_text;
+    int position;               // 1-based, as people count
+    std::optional<uint32_t> id; // once read
 
     [[noreturn]] void fail_here(const QString& text) const
     {
-        const QString place = id_text.isEmpty()
+        const QString place = !id
             ? QStringLiteral("parameter %1").arg(position)
-            : QStringLiteral("parameter %1 (id %2)").arg(position).arg(id_text);
+            : QStringLiteral("parameter %1 (id %2)").arg(position).arg(parameter_id_text(*id));
         fail(path, QStringLiteral("%1: %2").arg(place, text));
     }
 
@@ -310,19 +311,24 @@ QMap<uint32_t, QVariant> load_parameters(const QString& path)
     QMap<uint32_t, QVariant> values;
     int position = 0;
     for (const QJsonValue& item : parameters) {
-        entry_reader reader{path, ++position, QString()};
+        entry_reader reader{path, ++position, std::nullopt};
         if (!item.isObject())
             reader.fail_here(QStringLiteral("not an object"));
         const QJsonObject entry = item.toObject();
         const QJsonValue id_value = entry.value(key_id);
-        const std::optional<uint32_t> id = parse_parameter_id(id_value.toVariant());
-        if (!id)
+        reader.id = parse_parameter_id(id_value.toVariant());
+        if (!reader.id)
             reader.fail_here(QStringLiteral(
                 "\"id\" is not a 32-bit unsigned id in decimal or with \"0x\" in hexadecimal"));
-        reader.id_text = parameter_id_text(*id);
-        if (values.contains(*id))
+        const uint32_t id = *reader.id;
+        // Files are written in ascending order: then appending is the whole cost of an entry.
+        if (values.isEmpty() || id > values.lastKey()) {
+            values.insert(values.cend(), id, reader.value_of(entry));
+            continue;
+        }
+        if (values.contains(id))
             reader.fail_here(QStringLiteral("the id appears a second time"));
-        values.insert(*id, reader.value_of(entry));
+        values.insert(id, reader.value_of(entry));
     }
     return values;
 }

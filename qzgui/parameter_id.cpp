@@ -86,7 +86,11 @@ std::optional<uint32_t> parse_parameter_id(const QVariant& value)
 
 QString parameter_id_text(uint32_t id)
 {
-    return QLatin1String("0x") + QString::number(id, 16).rightJustified(8, QLatin1Char('0')).toUpper();
+    // Written digit by digit: files hold one per parameter, and this is the hot part of a save.
+    char text[10] = {'0', 'x'};
+    for (int i = 9; i >= 2; --i, id >>= 4)
+        text[i] = "0123456789ABCDEF"[id & 0xF];
+    return QString::fromLatin1(text, int(sizeof text));
 }
 
 } // namespace qz::gui
