@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/parameter_file.h"
 
+#include "qzgui/json_place.h"
 #include "qzgui/parameter_id.h"
 #include "qzgui/widget_kind.h"
 
@@ -236,14 +237,6 @@ struct entry_reader {
     }
 };
 
-QString line_and_column(const QByteArray& text, int offset)
-{
-    const QByteArray before = text.left(offset);
-    const int line = before.count('\n') + 1;
-    const int column = offset - (before.lastIndexOf('\n') + 1) + 1;
-    return QStringLiteral("line %1, column %2").arg(line).arg(column);
-}
-
 QByteArray read_file(const QString& path)
 {
     QFile file(path);
@@ -265,9 +258,8 @@ QJsonArray parameter_list(const QString& path, const QByteArray& text)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError)
-        fail(
-            path,
-            QStringLiteral("%1: not JSON: %2").arg(line_and_column(text, error.offset), error.errorString()));
+        fail(path,
+             QStringLiteral("%1: not JSON: %2").arg(json_place(text, error.offset), error.errorString()));
     const QJsonObject top = document.object();
     if (!document.isObject() || top.value(key_format).toString() != format_name)
         fail(path,

@@ -25,8 +25,10 @@ int digit_value(QChar c, int base)
     return v < base ? v : -1;
 }
 
+} // namespace
+
 // Written out rather than QString::toUInt(), which takes blanks, signs and octal.
-std::optional<uint32_t> parse_text(const QString& text)
+std::optional<uint32_t> parse_parameter_id_text(const QString& text)
 {
     int base = 10;
     int start = 0;
@@ -48,8 +50,6 @@ std::optional<uint32_t> parse_text(const QString& text)
     }
     return uint32_t(value);
 }
-
-} // namespace
 
 std::optional<uint32_t> parse_parameter_id(const QVariant& value)
 {
@@ -78,7 +78,7 @@ std::optional<uint32_t> parse_parameter_id(const QVariant& value)
     }
     case QMetaType::QString:
     case QMetaType::QByteArray:
-        return parse_text(value.toString());
+        return parse_parameter_id_text(value.toString());
     default:
         return std::nullopt;
     }

@@ -20,6 +20,9 @@ namespace qz::gui {
  */
 std::optional<uint32_t> parse_parameter_id(const QVariant& value);
 
+/// @return the id a text of decimal digits, or of "0x" and hexadecimal digits, names, or nothing
+std::optional<uint32_t> parse_parameter_id_text(const QString& text);
+
 /// @return @p id as "0x" and eight upper-case hexadecimal digits, the way files write it
 QString parameter_id_text(uint32_t id);
 

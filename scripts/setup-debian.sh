@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "$0")/qt-choice.sh"
 
-packages=(cmake make g++ "${qt_packages[@]}" xvfb xauth pkgconf doxygen clang-format ${args[@]+"${args[@]}"})
+packages=(cmake make g++ "${qt_packages[@]}" xvfb xauth socat pkgconf doxygen clang-format ${args[@]+"${args[@]}"})
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#ifndef QZGUI_MODBUS_REGISTER_MAP_H
+#define QZGUI_MODBUS_REGISTER_MAP_H
+
+#include "qzgui/modbus/modbus_export.h"
+
+#include <QHash>
+#include <QString>
+#include <QVariant>
+#include <QVector>
+
+#include <cstdint>
+#include <optional>
+
+namespace qz::modbus {
+
+/// The four Modbus data tables.
+enum table_e : int {
+    coil = 0,     ///< read-write bits
+    discrete = 1, ///< read-only bits (discrete inputs)
+    input = 2,    ///< read-only 16-bit registers
+    holding = 3   ///< read-write 16-bit registers
+};
+
+/// How a parameter's value is laid out in its table.
+enum value_type_e : int {
+    type_bool = 0,    ///< one bit of a coil or discrete input table; a bool
+    type_int16 = 1,   ///< one register, two's complement; an int
+    type_uint16 = 2,  ///< one register; a uint
+    type_int32 = 3,   ///< two registers, two's complement; an int
+    type_uint32 = 4,  ///< two registers; a uint
+    type_float32 = 5, ///< two registers, IEEE 754 single precision; a double
+    type_string = 6   ///< a number of registers, two characters each, high byte first; a QString
+};
+
+/**
+ * One parameter of a register map: where its value lives on the device and how it is encoded.
+ * @see register_map
+ */
+struct QZGUI_MODBUS_EXPORT register_entry_t {
+    uint32_t id = 0;           ///< the parameter id
+    QString name;              ///< a name for people; may be empty
+    table_e table = holding;   ///< the table the value lives in
+    uint16_t address = 0;      ///< the first bit or register
+    value_type_e type = type_uint16; ///< the layout
+    int size = 1;              ///< bits or registers taken: 1, 2 for 32-bit types, N for strings
+    bool little_word_order = false; ///< for 32-bit types: the low word comes first
+    std::optional<double> scale;    ///< value = raw × scale, as a double
+    bool read_only = false;    ///< writes are refused (always for input and discrete)
+    QVariant initial;          ///< the value a simulated device starts with; may be invalid
+
+    /// @return whether the entry is a bit of a coil or discrete input table
+    bool is_bit() const { return table == coil || table == discrete; }
+
+    /**
+     * Decodes the value from the entry's registers (or one bit as 0 or 1).
+     * @param words exactly size() words, in device order
+     * @return the value as the form binding carries it: bool, int, uint, double or QString
+     */
+    QVariant decode(const QVector<uint16_t>& words) const;
+
+    /**
+     * Encodes @p value for the device. Numbers of another type are taken when they convert
+     * exactly; a scaled value is divided by the scale and rounded to the nearest raw value.
+     * @return size() words (a bit as 0 or 1), or nothing when the value does not fit the type or
+     *         range (a string longer than its registers, a number out of range, a wrong type)
+     */
+    std::optional<QVector<uint16_t>> encode(const QVariant& value) const;
+
+    /**
+     * Reads a value typed by a person (a command line): true/false/1/0 for bits, decimal or "0x"
+     * hexadecimal integers, numbers in the C locale for float32 and scaled values, any text for
+     * strings.
+     * @return the value, or nothing when the text does not name one that fits
+     */
+    std::optional<QVariant> parse(const QString& text) const;
+};
+
+/**
+ * The parameters of a device, each mapped onto Modbus registers or bits. Loaded from a JSON file:
+ * @code{.json}
+ * {"version": 1, "parameters": [
+ *     {"id": "0x0010", "name": "Gain", "table": "holding", "address": 0, "type": "uint16"},
+ *     {"id": "0x0011", "table": "holding", "address": 1, "type": "float32", "word_order": "little"}
+ * ]}
+ * @endcode
+ * @see register_entry_t
+ */
+class QZGUI_MODBUS_EXPORT register_map {
+public:
+    /// An empty map.
+    register_map();
+
+    /**
+     * Loads a register map file.
+     * @throws std::runtime_error naming the file, the entry and the fault (a missing or unreadable
+     *         file, text that is not JSON, another version, a bad or repeated id, an unknown table
+     *         or type, a bool in a register table, registers that overlap in one table or reach
+     *         past address 65535, an initial value that does not fit); nothing is returned then
+     */
+    static register_map load(const QString& path);
+
+    /// @return the ids in the file's order
+    QVector<uint32_t> ids() const;
+
+    /// @return the entry of @p id, or null when the map has none
+    const register_entry_t* find(uint32_t id) const;
+
+    /// @return the entries in the file's order
+    const QVector<register_entry_t>& entries() const { return _entries; }
+
+private:
+    QVector<register_entry_t> _entries;
+    QHash<uint32_t, int> _index; // id to position in _entries
+};
+
+} // namespace qz::modbus
+
+#endif

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Register maps: loading real files, every loader error, and the encoding of each value type.
+#include "qzgui/modbus/register_map.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cmath>
+#include <stdexcept>
+
+using namespace qz::modbus;
+
+using words = QVector<uint16_t>;
+Q_DECLARE_METATYPE(words)
+
+namespace {
+
+QByteArray map_text(const QByteArray& parameters)
+{
+    return "{\"version\": 1, \"parameters\": [" + parameters + "]}";
+}
+
+register_entry_t entry(value_type_e type, table_e table = holding, int size = 0)
+{
+    register_entry_t e;
+    e.type = type;
+    e.table = table;
+    e.size = size ? size : (type == type_int32 || type == type_uint32 || type == type_float32 ? 2 : 1);
+    return e;
+}
+
+} // namespace
+
+class tst_register_map : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir _dir;
+
+    QString write_map(const QByteArray& text)
+    {
+        const QString path = _dir.filePath(QStringLiteral("map.json"));
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+            qFatal("cannot write %s", qPrintable(path));
+        return path;
+    }
+
+    static QString load_error(const QString& path)
+    {
+        try {
+            register_map::load(path);
+        } catch (const std::runtime_error& e) {
+            return QString::fromUtf8(e.what());
+        }
+        return QString();
+    }
+
+private slots:
+    void loads_every_kind_of_entry()
+    {
+        const QString path = write_map(map_text(R"(
+            {"id": "0x0010", "name": "Gain", "table": "holding", "address": 0, "type": "uint16", "initial": 42},
+            {"id": 17, "table": "holding", "address": 1, "type": "float32", "word_order": "little", "initial": 1.5},
+            {"id": "18", "table": "input", "address": 0, "type": "int32", "scale": 0.01},
+            {"id": "0xFFFFFFFF", "table": "coil", "address": 65535, "type": "bool", "initial": true},
+            {"id": 5, "table": "discrete", "address": 7, "type": "bool"},
+            {"id": 6, "table": "holding", "address": 3, "type": "string", "registers": 4, "initial": "pump 1", "read_only": true}
+        )"));
+        const register_map map = register_map::load(path);
+        QCOMPARE(map.ids(), (QVector<uint32_t>{0x10, 17, 18, 0xFFFFFFFF, 5, 6}));
+        const register_entry_t* gain = map.find(0x10);
+        QVERIFY(gain);
+        QCOMPARE(gain->name, QStringLiteral("Gain"));
+        QCOMPARE(gain->initial, QVariant(42u));
+        QVERIFY(!gain->read_only);
+        QVERIFY(map.find(17)->little_word_order);
+        QCOMPARE(map.find(17)->size, 2);
+        QCOMPARE(map.find(17)->initial, QVariant(1.5));
+        QVERIFY(map.find(18)->read_only); // input registers always are
+        QCOMPARE(*map.find(18)->scale, 0.01);
+        QCOMPARE(map.find(0xFFFFFFFF)->address, uint16_t(65535));
+        QCOMPARE(map.find(0xFFFFFFFF)->initial, QVariant(true));
+        QVERIFY(map.find(5)->read_only); // discrete inputs always are
+        QCOMPARE(map.find(6)->size, 4);
+        QVERIFY(map.find(6)->read_only);
+        QCOMPARE(map.find(6)->initial, QVariant(QStringLiteral("pump 1")));
+        QVERIFY(!map.find(7));
+    }
+
+    void load_errors_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("fault");
+        const auto one = [](const char* fields) {
+            return map_text(QByteArray("{\"id\": 16, ") + fields + "}");
+        };
+        QTest::newRow("not json") << QByteArray("{\"version\": 1,\n \"parameters\": [}") << "line 2, column 18: not JSON: ";
+        QTest::newRow("no version") << QByteArray("{\"parameters\": []}") << "not a register map";
+        QTest::newRow("other version") << QByteArray("{\"version\": 2, \"parameters\": []}")
+                                       << "version 2 cannot be read; this library reads version 1";
+        QTest::newRow("no list") << QByteArray("{\"version\": 1}") << "\"parameters\" is not a list";
+        QTest::newRow("bad id") << map_text(R"({"id": "0x1g", "table": "coil", "address": 0, "type": "bool"})")
+                                << "parameter 1: \"id\" is not a 32-bit unsigned id";
+        QTest::newRow("repeated id")
+            << map_text(R"({"id": 16, "table": "coil", "address": 0, "type": "bool"},
+                           {"id": "0x10", "table": "coil", "address": 1, "type": "bool"})")
+            << "parameter 2 (id 0x0010): the id appears a second time";
+        QTest::newRow("unknown table") << one(R"("table": "register", "address": 0, "type": "uint16")")
+                                       << "parameter 1 (id 0x0010): \"table\" is not coil, discrete, input or holding";
+        QTest::newRow("unknown type") << one(R"("table": "holding", "address": 0, "type": "uint8")")
+                                      << "parameter 1 (id 0x0010): \"type\" is not bool, int16";
+        QTest::newRow("bool in registers") << one(R"("table": "holding", "address": 0, "type": "bool")")
+                                           << "parameter 1 (id 0x0010): a bool lives in a coil or discrete table, "
+                                              "not in the holding table";
+        QTest::newRow("number in coils") << one(R"("table": "coil", "address": 0, "type": "uint16")")
+                                         << "parameter 1 (id 0x0010): a coil table holds bits: its type is bool";
+        QTest::newRow("address too big") << one(R"("table": "holding", "address": 65536, "type": "uint16")")
+                                         << "parameter 1 (id 0x0010): \"address\" is not a whole number";
+        QTest::newRow("past the end") << one(R"("table": "holding", "address": 65535, "type": "uint32")")
+                                      << "parameter 1 (id 0x0010): it reaches past address 65535";
+        QTest::newRow("string past the end")
+            << one(R"("table": "input", "address": 65530, "type": "string", "registers": 7)")
+            << "parameter 1 (id 0x0010): it reaches past address 65535";
+        QTest::newRow("string without size") << one(R"("table": "holding", "address": 0, "type": "string")")
+                                             << "parameter 1 (id 0x0010): a string needs \"registers\"";
+        QTest::newRow("registers for a number")
+            << one(R"("table": "holding", "address": 0, "type": "uint16", "registers": 2)")
+            << "parameter 1 (id 0x0010): \"registers\" is for strings only";
+        QTest::newRow("word order on 16 bits")
+            << one(R"("table": "holding", "address": 0, "type": "int16", "word_order": "little")")
+            << "parameter 1 (id 0x0010): \"word_order\" is for 32-bit types only";
+        QTest::newRow("unknown word order")
+            << one(R"("table": "holding", "address": 0, "type": "int32", "word_order": "middle")")
+            << "parameter 1 (id 0x0010): \"word_order\" is not big or little";
+        QTest::newRow("zero scale") << one(R"("table": "holding", "address": 0, "type": "int16", "scale": 0)")
+                                    << "parameter 1 (id 0x0010): \"scale\" is not a number other than 0";
+        QTest::newRow("scaled bool") << one(R"("table": "coil", "address": 0, "type": "bool", "scale": 2)")
+                                     << "parameter 1 (id 0x0010): \"scale\" is for numbers only";
+        QTest::newRow("initial out of range")
+            << one(R"("table": "holding", "address": 0, "type": "int16", "initial": 40000)")
+            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+        QTest::newRow("initial fraction") << one(R"("table": "holding", "address": 0, "type": "uint16", "initial": 1.5)")
+                                          << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+        QTest::newRow("initial too long")
+            << one(R"("table": "holding", "address": 0, "type": "string", "registers": 1, "initial": "abc")")
+            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+        QTest::newRow("initial of another type") << one(R"("table": "coil", "address": 0, "type": "bool", "initial": "on")")
+                                                 << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+        QTest::newRow("overlap")
+            << map_text(R"({"id": 1, "table": "holding", "address": 10, "type": "uint32"},
+                           {"id": 2, "table": "input", "address": 11, "type": "uint16"},
+                           {"id": 3, "table": "holding", "address": 11, "type": "uint16"})")
+            << "parameter 3 (id 0x0003): it overlaps parameter 1 (id 0x0001) in the holding table";
+        QTest::newRow("string overlap")
+            << map_text(R"({"id": 1, "table": "holding", "address": 20, "type": "uint16"},
+                           {"id": 2, "table": "holding", "address": 16, "type": "string", "registers": 5})")
+            << "parameter 2 (id 0x0002): it overlaps parameter 1 (id 0x0001) in the holding table";
+    }
+
+    void load_errors()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, fault);
+        const QString path = write_map(text);
+        const QString error = load_error(path);
+        QVERIFY2(error.startsWith(QDir::toNativeSeparators(path) + QStringLiteral(": ") + fault), qPrintable(error));
+    }
+
+    void a_missing_file_or_a_directory_is_an_error()
+    {
+        const QString missing = _dir.filePath(QStringLiteral("missing.json"));
+        QVERIFY(load_error(missing).startsWith(missing + QStringLiteral(": cannot be read: ")));
+        QVERIFY(load_error(_dir.path()).startsWith(_dir.path() + QStringLiteral(": cannot be read: ")));
+    }
+
+    void values_encode_and_decode_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<bool>("little");
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<words>("encoded");
+        QTest::newRow("bool") << QVariant(true) << int(type_bool) << false << 0.0 << words{1};
+        QTest::newRow("int16 -1") << QVariant(-1) << int(type_int16) << false << 0.0 << words{0xFFFF};
+        QTest::newRow("int16 min") << QVariant(-32768) << int(type_int16) << false << 0.0 << words{0x8000};
+        QTest::newRow("uint16 max") << QVariant(65535u) << int(type_uint16) << false << 0.0 << words{0xFFFF};
+        QTest::newRow("int32 big") << QVariant(-2) << int(type_int32) << false << 0.0 << words{0xFFFF, 0xFFFE};
+        QTest::newRow("uint32 big") << QVariant(0x12345678u) << int(type_uint32) << false << 0.0 << words{0x1234, 0x5678};
+        QTest::newRow("uint32 little") << QVariant(0x12345678u) << int(type_uint32) << true << 0.0 << words{0x5678, 0x1234};
+        QTest::newRow("float32") << QVariant(1.5) << int(type_float32) << false << 0.0 << words{0x3FC0, 0x0000};
+        QTest::newRow("float32 little") << QVariant(-2.0) << int(type_float32) << true << 0.0 << words{0x0000, 0xC000};
+        QTest::newRow("scaled int16") << QVariant(-12.5) << int(type_int16) << false << 0.5 << words{0xFFE7};
+        QTest::newRow("scaled uint32") << QVariant(429496729.5) << int(type_uint32) << false << 0.5
+                                       << words{0x3333, 0x3333};
+    }
+
+    void values_encode_and_decode()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(int, type);
+        QFETCH(bool, little);
+        QFETCH(double, scale);
+        QFETCH(words, encoded);
+        register_entry_t e = entry(value_type_e(type), type == type_bool ? coil : holding);
+        e.little_word_order = little;
+        if (scale != 0)
+            e.scale = scale;
+        QCOMPARE(e.encode(value), std::optional<words>(encoded));
+        const QVariant decoded = e.decode(encoded);
+        QCOMPARE(decoded.userType(), value.userType());
+        QCOMPARE(decoded, value);
+    }
+
+    void strings_take_two_characters_per_register()
+    {
+        const register_entry_t e = entry(type_string, holding, 3);
+        QCOMPARE(e.encode(QStringLiteral("AB C")), std::optional<words>(words{0x4142, 0x2043, 0x0000}));
+        QCOMPARE(e.decode({0x4142, 0x2043, 0x0000}), QVariant(QStringLiteral("AB C")));
+        QCOMPARE(e.decode({0x4100, 0x4200, 0x0000}), QVariant(QStringLiteral("A\u0000B"))); // trailing zeros only
+        QCOMPARE(e.encode(QStringLiteral("\u00e9t\u00e9")), std::optional<words>(words{0xE974, 0xE900, 0}));
+        QVERIFY(!e.encode(QStringLiteral("1234567")));  // longer than its registers
+        QVERIFY(!e.encode(QStringLiteral("\u4e2d")));   // not one byte per character
+        QVERIFY(!e.encode(5));                          // not a string
+    }
+
+    void values_that_do_not_fit_are_refused()
+    {
+        QVERIFY(!entry(type_int16).encode(32768));
+        QVERIFY(!entry(type_uint16).encode(-1));
+        QVERIFY(!entry(type_uint32).encode(qlonglong(1) << 32));
+        QVERIFY(!entry(type_int32).encode(1.5));
+        QVERIFY(!entry(type_int32).encode(QStringLiteral("5")));
+        QVERIFY(!entry(type_float32).encode(1e39));
+        QVERIFY(!entry(type_bool, coil).encode(2));
+        QVERIFY(entry(type_bool, coil).encode(0));
+        register_entry_t scaled = entry(type_int16);
+        scaled.scale = 0.1;
+        QVERIFY(!scaled.encode(3276.8));
+        QCOMPARE(scaled.encode(3276.7), std::optional<words>(words{32767}));
+    }
+
+    void typed_values_are_parsed_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("bool true") << int(type_bool) << "true" << QVariant(true);
+        QTest::newRow("bool 0") << int(type_bool) << "0" << QVariant(false);
+        QTest::newRow("bool yes") << int(type_bool) << "yes" << QVariant();
+        QTest::newRow("int16 negative") << int(type_int16) << "-32768" << QVariant(-32768);
+        QTest::newRow("int16 too small") << int(type_int16) << "-32769" << QVariant();
+        QTest::newRow("int16 hex") << int(type_int16) << "0x7FFF" << QVariant(32767);
+        QTest::newRow("uint16 negative") << int(type_uint16) << "-1" << QVariant();
+        QTest::newRow("uint32 max") << int(type_uint32) << "4294967295" << QVariant(4294967295u);
+        QTest::newRow("int32 blank") << int(type_int32) << " 5" << QVariant();
+        QTest::newRow("minus zero") << int(type_int32) << "-0" << QVariant();
+        QTest::newRow("float32") << int(type_float32) << "-1.25e2" << QVariant(-125.0);
+        QTest::newRow("float32 comma") << int(type_float32) << "1,5" << QVariant();
+        QTest::newRow("string") << int(type_string) << "pump" << QVariant(QStringLiteral("pump"));
+        QTest::newRow("string too long") << int(type_string) << "pump 1" << QVariant();
+    }
+
+    void typed_values_are_parsed()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, text);
+        QFETCH(QVariant, value);
+        const register_entry_t e = entry(value_type_e(type), type == type_bool ? coil : holding, type == type_string ? 2 : 0);
+        const std::optional<QVariant> parsed = e.parse(text);
+        QCOMPARE(parsed.has_value(), value.isValid());
+        if (parsed) {
+            QCOMPARE(parsed->userType(), value.userType());
+            QCOMPARE(*parsed, value);
+        }
+    }
+};
+
+QTEST_MAIN(tst_register_map)
+#include "tst_register_map.moc"
