@@ -12,7 +12,9 @@ namespace qz::gui {
 inline QString json_place(const QByteArray& text, int offset)
 {
     const QByteArray before = text.left(offset);
-    return QStringLiteral("line %1, column %2").arg(before.count('\n') + 1).arg(offset - before.lastIndexOf('\n'));
+    return QStringLiteral("line %1, column %2")
+        .arg(before.count('\n') + 1)
+        .arg(offset - before.lastIndexOf('\n'));
 }
 
 } // namespace qz::gui

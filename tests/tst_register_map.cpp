@@ -96,26 +96,30 @@ private slots:
         const auto one = [](const char* fields) {
             return map_text(QByteArray("{\"id\": 16, ") + fields + "}");
         };
-        QTest::newRow("not json") << QByteArray("{\"version\": 1,\n \"parameters\": [}") << "line 2, column 18: not JSON: ";
+        QTest::newRow("not json") << QByteArray("{\"version\": 1,\n \"parameters\": [}")
+                                  << "line 2, column 18: not JSON: ";
         QTest::newRow("no version") << QByteArray("{\"parameters\": []}") << "not a register map";
         QTest::newRow("other version") << QByteArray("{\"version\": 2, \"parameters\": []}")
                                        << "version 2 cannot be read; this library reads version 1";
         QTest::newRow("no list") << QByteArray("{\"version\": 1}") << "\"parameters\" is not a list";
-        QTest::newRow("bad id") << map_text(R"({"id": "0x1g", "table": "coil", "address": 0, "type": "bool"})")
+        QTest::newRow("bad id") << map_text(
+            R"({"id": "0x1g", "table": "coil", "address": 0, "type": "bool"})")
                                 << "parameter 1: \"id\" is not a 32-bit unsigned id";
-        QTest::newRow("repeated id")
-            << map_text(R"({"id": 16, "table": "coil", "address": 0, "type": "bool"},
+        QTest::newRow("repeated id") << map_text(R"({"id": 16, "table": "coil", "address": 0, "type": "bool"},
                            {"id": "0x10", "table": "coil", "address": 1, "type": "bool"})")
-            << "parameter 2 (id 0x0010): the id appears a second time";
-        QTest::newRow("unknown table") << one(R"("table": "register", "address": 0, "type": "uint16")")
-                                       << "parameter 1 (id 0x0010): \"table\" is not coil, discrete, input or holding";
+                                     << "parameter 2 (id 0x0010): the id appears a second time";
+        QTest::newRow("unknown table")
+            << one(R"("table": "register", "address": 0, "type": "uint16")")
+            << "parameter 1 (id 0x0010): \"table\" is not coil, discrete, input or holding";
         QTest::newRow("unknown type") << one(R"("table": "holding", "address": 0, "type": "uint8")")
                                       << "parameter 1 (id 0x0010): \"type\" is not bool, int16";
-        QTest::newRow("bool in registers") << one(R"("table": "holding", "address": 0, "type": "bool")")
-                                           << "parameter 1 (id 0x0010): a bool lives in a coil or discrete table, "
-                                              "not in the holding table";
-        QTest::newRow("number in coils") << one(R"("table": "coil", "address": 0, "type": "uint16")")
-                                         << "parameter 1 (id 0x0010): a coil table holds bits: its type is bool";
+        QTest::newRow("bool in registers")
+            << one(R"("table": "holding", "address": 0, "type": "bool")")
+            << "parameter 1 (id 0x0010): a bool lives in a coil or discrete table, "
+               "not in the holding table";
+        QTest::newRow("number in coils")
+            << one(R"("table": "coil", "address": 0, "type": "uint16")")
+            << "parameter 1 (id 0x0010): a coil table holds bits: its type is bool";
         QTest::newRow("address too big") << one(R"("table": "holding", "address": 65536, "type": "uint16")")
                                          << "parameter 1 (id 0x0010): \"address\" is not a whole number";
         QTest::newRow("past the end") << one(R"("table": "holding", "address": 65535, "type": "uint32")")
@@ -141,13 +145,15 @@ private slots:
         QTest::newRow("initial out of range")
             << one(R"("table": "holding", "address": 0, "type": "int16", "initial": 40000)")
             << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
-        QTest::newRow("initial fraction") << one(R"("table": "holding", "address": 0, "type": "uint16", "initial": 1.5)")
-                                          << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+        QTest::newRow("initial fraction")
+            << one(R"("table": "holding", "address": 0, "type": "uint16", "initial": 1.5)")
+            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
         QTest::newRow("initial too long")
             << one(R"("table": "holding", "address": 0, "type": "string", "registers": 1, "initial": "abc")")
             << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
-        QTest::newRow("initial of another type") << one(R"("table": "coil", "address": 0, "type": "bool", "initial": "on")")
-                                                 << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+        QTest::newRow("initial of another type")
+            << one(R"("table": "coil", "address": 0, "type": "bool", "initial": "on")")
+            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
         QTest::newRow("overlap")
             << map_text(R"({"id": 1, "table": "holding", "address": 10, "type": "uint32"},
                            {"id": 2, "table": "input", "address": 11, "type": "uint16"},
@@ -165,7 +171,8 @@ private slots:
         QFETCH(QString, fault);
         const QString path = write_map(text);
         const QString error = load_error(path);
-        QVERIFY2(error.startsWith(QDir::toNativeSeparators(path) + QStringLiteral(": ") + fault), qPrintable(error));
+        QVERIFY2(error.startsWith(QDir::toNativeSeparators(path) + QStringLiteral(": ") + fault),
+                 qPrintable(error));
     }
 
     void a_missing_file_or_a_directory_is_an_error()
@@ -186,14 +193,19 @@ private slots:
         QTest::newRow("int16 -1") << QVariant(-1) << int(type_int16) << false << 0.0 << words{0xFFFF};
         QTest::newRow("int16 min") << QVariant(-32768) << int(type_int16) << false << 0.0 << words{0x8000};
         QTest::newRow("uint16 max") << QVariant(65535u) << int(type_uint16) << false << 0.0 << words{0xFFFF};
-        QTest::newRow("int32 big") << QVariant(-2) << int(type_int32) << false << 0.0 << words{0xFFFF, 0xFFFE};
-        QTest::newRow("uint32 big") << QVariant(0x12345678u) << int(type_uint32) << false << 0.0 << words{0x1234, 0x5678};
-        QTest::newRow("uint32 little") << QVariant(0x12345678u) << int(type_uint32) << true << 0.0 << words{0x5678, 0x1234};
-        QTest::newRow("float32") << QVariant(1.5) << int(type_float32) << false << 0.0 << words{0x3FC0, 0x0000};
-        QTest::newRow("float32 little") << QVariant(-2.0) << int(type_float32) << true << 0.0 << words{0x0000, 0xC000};
+        QTest::newRow("int32 big") << QVariant(-2) << int(type_int32) << false << 0.0
+                                   << words{0xFFFF, 0xFFFE};
+        QTest::newRow("uint32 big") << QVariant(0x12345678u) << int(type_uint32) << false << 0.0
+                                    << words{0x1234, 0x5678};
+        QTest::newRow("uint32 little")
+            << QVariant(0x12345678u) << int(type_uint32) << true << 0.0 << words{0x5678, 0x1234};
+        QTest::newRow("float32") << QVariant(1.5) << int(type_float32) << false << 0.0
+                                 << words{0x3FC0, 0x0000};
+        QTest::newRow("float32 little")
+            << QVariant(-2.0) << int(type_float32) << true << 0.0 << words{0x0000, 0xC000};
         QTest::newRow("scaled int16") << QVariant(-12.5) << int(type_int16) << false << 0.5 << words{0xFFE7};
-        QTest::newRow("scaled uint32") << QVariant(429496729.5) << int(type_uint32) << false << 0.5
-                                       << words{0x3333, 0x3333};
+        QTest::newRow("scaled uint32")
+            << QVariant(429496729.5) << int(type_uint32) << false << 0.5 << words{0x3333, 0x3333};
     }
 
     void values_encode_and_decode()
@@ -218,11 +230,12 @@ private slots:
         const register_entry_t e = entry(type_string, holding, 3);
         QCOMPARE(e.encode(QStringLiteral("AB C")), std::optional<words>(words{0x4142, 0x2043, 0x0000}));
         QCOMPARE(e.decode({0x4142, 0x2043, 0x0000}), QVariant(QStringLiteral("AB C")));
-        QCOMPARE(e.decode({0x4100, 0x4200, 0x0000}), QVariant(QStringLiteral("A\u0000B"))); // trailing zeros only
+        QCOMPARE(e.decode({0x4100, 0x4200, 0x0000}),
+                 QVariant(QStringLiteral("A\u0000B"))); // trailing zeros only
         QCOMPARE(e.encode(QStringLiteral("\u00e9t\u00e9")), std::optional<words>(words{0xE974, 0xE900, 0}));
-        QVERIFY(!e.encode(QStringLiteral("1234567")));  // longer than its registers
-        QVERIFY(!e.encode(QStringLiteral("\u4e2d")));   // not one byte per character
-        QVERIFY(!e.encode(5));                          // not a string
+        QVERIFY(!e.encode(QStringLiteral("1234567"))); // longer than its registers
+        QVERIFY(!e.encode(QStringLiteral("\u4e2d")));  // not one byte per character
+        QVERIFY(!e.encode(5));                         // not a string
     }
 
     void values_that_do_not_fit_are_refused()
@@ -267,7 +280,8 @@ private slots:
         QFETCH(int, type);
         QFETCH(QString, text);
         QFETCH(QVariant, value);
-        const register_entry_t e = entry(value_type_e(type), type == type_bool ? coil : holding, type == type_string ? 2 : 0);
+        const register_entry_t e =
+            entry(value_type_e(type), type == type_bool ? coil : holding, type == type_string ? 2 : 0);
         const std::optional<QVariant> parsed = e.parse(text);
         QCOMPARE(parsed.has_value(), value.isValid());
         if (parsed) {

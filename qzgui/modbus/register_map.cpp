@@ -56,12 +56,18 @@ bool is_32_bit(value_type_e type)
 std::pair<double, double> raw_range(value_type_e type)
 {
     switch (type) {
-    case type_bool: return {0, 1};
-    case type_int16: return {-32768, 32767};
-    case type_uint16: return {0, 65535};
-    case type_int32: return {double(std::numeric_limits<int32_t>::min()), double(std::numeric_limits<int32_t>::max())};
-    case type_uint32: return {0, double(std::numeric_limits<uint32_t>::max())};
-    default: return {0, 0};
+    case type_bool:
+        return {0, 1};
+    case type_int16:
+        return {-32768, 32767};
+    case type_uint16:
+        return {0, 65535};
+    case type_int32:
+        return {double(std::numeric_limits<int32_t>::min()), double(std::numeric_limits<int32_t>::max())};
+    case type_uint32:
+        return {0, double(std::numeric_limits<uint32_t>::max())};
+    default:
+        return {0, 0};
     }
 }
 
@@ -202,7 +208,8 @@ std::optional<QVariant> register_entry_t::parse(const QString& text) const
     } else {
         // Decimal or "0x" hexadecimal, as ids are written, with a sign for the signed types.
         const bool negative = text.startsWith(QLatin1Char('-'));
-        const std::optional<uint32_t> magnitude = qz::gui::parse_parameter_id_text(negative ? text.mid(1) : text);
+        const std::optional<uint32_t> magnitude =
+            qz::gui::parse_parameter_id_text(negative ? text.mid(1) : text);
         if (!magnitude || (negative && *magnitude == 0))
             return std::nullopt;
         const std::optional<QVariant> exact =
@@ -225,7 +232,8 @@ struct loader {
 
     [[noreturn]] void fail(const QString& text) const
     {
-        throw std::runtime_error(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), text).toStdString());
+        throw std::runtime_error(
+            QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), text).toStdString());
     }
 
     [[noreturn]] void fail_at(int position, const std::optional<uint32_t>& id, const QString& text) const
@@ -246,7 +254,8 @@ struct loader {
         QJsonParseError error;
         const QJsonDocument document = QJsonDocument::fromJson(text, &error);
         if (error.error != QJsonParseError::NoError)
-            fail(QStringLiteral("%1: not JSON: %2").arg(qz::gui::json_place(text, error.offset), error.errorString()));
+            fail(QStringLiteral("%1: not JSON: %2")
+                     .arg(qz::gui::json_place(text, error.offset), error.errorString()));
         const QJsonObject top = document.object();
         const QJsonValue version = top.value(QLatin1String("version"));
         if (!document.isObject() || !version.isDouble())
@@ -269,7 +278,8 @@ struct loader {
         const QJsonObject o = item.toObject();
         id = qz::gui::parse_parameter_id(o.value(QLatin1String("id")).toVariant());
         if (!id)
-            fault(QStringLiteral("\"id\" is not a 32-bit unsigned id in decimal or with \"0x\" in hexadecimal"));
+            fault(QStringLiteral(
+                "\"id\" is not a 32-bit unsigned id in decimal or with \"0x\" in hexadecimal"));
 
         register_entry_t e;
         e.id = *id;
@@ -293,9 +303,10 @@ struct loader {
             fault(QStringLiteral("\"type\" is not bool, int16, uint16, int32, uint32, float32 or string"));
         e.type = value_type_e(type);
         if (e.is_bit() != (e.type == type_bool))
-            fault(e.is_bit() ? QStringLiteral("a %1 table holds bits: its type is bool").arg(table_names[table])
-                             : QStringLiteral("a bool lives in a coil or discrete table, not in the %1 table")
-                                   .arg(QLatin1String(table_names[table])));
+            fault(e.is_bit()
+                      ? QStringLiteral("a %1 table holds bits: its type is bool").arg(table_names[table])
+                      : QStringLiteral("a bool lives in a coil or discrete table, not in the %1 table")
+                            .arg(QLatin1String(table_names[table])));
         e.size = is_32_bit(e.type) ? 2 : 1;
         const QJsonValue registers = o.value(QLatin1String("registers"));
         if (e.type == type_string) {

@@ -38,16 +38,16 @@ enum value_type_e : int {
  * @see register_map
  */
 struct QZGUI_MODBUS_EXPORT register_entry_t {
-    uint32_t id = 0;           ///< the parameter id
-    QString name;              ///< a name for people; may be empty
-    table_e table = holding;   ///< the table the value lives in
-    uint16_t address = 0;      ///< the first bit or register
+    uint32_t id = 0;                 ///< the parameter id
+    QString name;                    ///< a name for people; may be empty
+    table_e table = holding;         ///< the table the value lives in
+    uint16_t address = 0;            ///< the first bit or register
     value_type_e type = type_uint16; ///< the layout
-    int size = 1;              ///< bits or registers taken: 1, 2 for 32-bit types, N for strings
-    bool little_word_order = false; ///< for 32-bit types: the low word comes first
-    std::optional<double> scale;    ///< value = raw × scale, as a double
-    bool read_only = false;    ///< writes are refused (always for input and discrete)
-    QVariant initial;          ///< the value a simulated device starts with; may be invalid
+    int size = 1;                    ///< bits or registers taken: 1, 2 for 32-bit types, N for strings
+    bool little_word_order = false;  ///< for 32-bit types: the low word comes first
+    std::optional<double> scale;     ///< value = raw × scale, as a double
+    bool read_only = false;          ///< writes are refused (always for input and discrete)
+    QVariant initial;                ///< the value a simulated device starts with; may be invalid
 
     /// @return whether the entry is a bit of a coil or discrete input table
     bool is_bit() const { return table == coil || table == discrete; }

@@ -1,0 +1,397 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "qzgui/modbus/modbus_module.h"
+
+#include "qzgui/modbus/qt_modbus_names.h"
+
+#include "qzgui/settings_keys.h"
+
+#include <module_api/media_exception.h>
+#include <module_api/proto_exception.h>
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QModbusReply>
+#include <QModbusTcpClient>
+#include <QSerialPort>
+#include <QTimer>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+
+namespace qz::modbus {
+
+using qz::api::proto::media_exception;
+using qz::api::proto::proto_exception;
+
+namespace {
+
+QModbusDataUnit::RegisterType register_type(table_e table)
+{
+    switch (table) {
+    case coil: return QModbusDataUnit::Coils;
+    case discrete: return QModbusDataUnit::DiscreteInputs;
+    case input: return QModbusDataUnit::InputRegisters;
+    default: return QModbusDataUnit::HoldingRegisters;
+    }
+}
+
+const char* table_name(table_e table)
+{
+    static const char* const names[] = {"coil", "discrete", "input", "holding"};
+    return table >= coil && table <= holding ? names[table] : "unknown";
+}
+
+// Where a device is, as its address names it.
+struct address_t {
+    bool tcp = true;
+    QString host;
+    int port = 0;
+    QString device;
+    int baud = 19200;
+    QSerialPort::Parity parity = QSerialPort::NoParity;
+    int data = 8;
+    int stop = 1;
+    int unit = 1;
+};
+
+[[noreturn]] void bad_address(const QString& address, const QString& fault)
+{
+    throw std::invalid_argument(QStringLiteral("bad device address \"%1\": %2").arg(address, fault).toStdString());
+}
+
+// A whole number in [low, high] written in decimal digits only.
+int setting(const QString& address, const QString& key, const QString& text, int low, int high)
+{
+    bool ok = !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit() && c.unicode() < 128; });
+    const qlonglong value = ok ? text.toLongLong(&ok) : 0;
+    if (!ok || value < low || value > high)
+        bad_address(address, QStringLiteral("%1 is not a whole number from %2 to %3").arg(key).arg(low).arg(high));
+    return int(value);
+}
+
+address_t parse_address(const QString& address)
+{
+    address_t a;
+    QString query;
+    if (address.startsWith(QLatin1String("tcp://"))) {
+        const QString rest = address.mid(6);
+        const int question = rest.indexOf(QLatin1Char('?'));
+        const QString authority = question < 0 ? rest : rest.left(question);
+        query = question < 0 ? QString() : rest.mid(question + 1);
+        // The port after the last colon; a bracketed IPv6 host keeps its own colons.
+        const int colon = authority.lastIndexOf(QLatin1Char(':'));
+        if (colon <= 0 || authority.contains(QLatin1Char('/')) || authority.contains(QLatin1Char('@')))
+            bad_address(address, QStringLiteral("a TCP address is tcp://HOST:PORT"));
+        a.host = authority.left(colon);
+        if (a.host.startsWith(QLatin1Char('[')) && a.host.endsWith(QLatin1Char(']')))
+            a.host = a.host.mid(1, a.host.size() - 2);
+        a.port = setting(address, QStringLiteral("the port"), authority.mid(colon + 1), 1, 65535);
+        if (a.host.isEmpty())
+            bad_address(address, QStringLiteral("the host is missing"));
+    } else if (address.startsWith(QLatin1String("rtu:"))) {
+        a.tcp = false;
+        const QString rest = address.mid(4);
+        const int question = rest.indexOf(QLatin1Char('?'));
+        a.device = question < 0 ? rest : rest.left(question);
+        query = question < 0 ? QString() : rest.mid(question + 1);
+        if (a.device.isEmpty())
+            bad_address(address, QStringLiteral("the serial device is missing"));
+    } else {
+        bad_address(address, QStringLiteral("it starts with neither tcp:// nor rtu:"));
+    }
+    if (address.contains(QLatin1Char('?')) && query.isEmpty())
+        bad_address(address, QStringLiteral("the settings after \"?\" are missing"));
+    QStringList seen;
+    for (const QString& pair : query.split(QLatin1Char('&'), Qt::KeepEmptyParts)) {
+        if (query.isEmpty())
+            break;
+        const int equals = pair.indexOf(QLatin1Char('='));
+        const QString key = pair.left(equals);
+        const QString value = equals < 0 ? QString() : pair.mid(equals + 1);
+        if (equals < 0)
+            bad_address(address, QStringLiteral("\"%1\" is not KEY=VALUE").arg(pair));
+        if (seen.contains(key))
+            bad_address(address, QStringLiteral("%1 is given twice").arg(key));
+        seen.append(key);
+        if (key == QLatin1String("unit"))
+            a.unit = a.tcp ? setting(address, key, value, 0, 255) : setting(address, key, value, 1, 247);
+        else if (a.tcp)
+            bad_address(address, QStringLiteral("a TCP address takes only unit, not %1").arg(key));
+        else if (key == QLatin1String("baud"))
+            a.baud = setting(address, key, value, 50, 4000000);
+        else if (key == QLatin1String("data"))
+            a.data = setting(address, key, value, 5, 8);
+        else if (key == QLatin1String("stop"))
+            a.stop = setting(address, key, value, 1, 2);
+        else if (key == QLatin1String("parity") && value == QLatin1String("none"))
+            a.parity = QSerialPort::NoParity;
+        else if (key == QLatin1String("parity") && value == QLatin1String("even"))
+            a.parity = QSerialPort::EvenParity;
+        else if (key == QLatin1String("parity") && value == QLatin1String("odd"))
+            a.parity = QSerialPort::OddParity;
+        else if (key == QLatin1String("parity"))
+            bad_address(address, QStringLiteral("parity is none, even or odd"));
+        else
+            bad_address(address, QStringLiteral("unknown setting %1").arg(key));
+    }
+    return a;
+}
+
+qz::api::proto::command_config default_config()
+{
+    namespace cs = qz::gui::command_settings;
+    return {uint32_t(cs::persistent_time.default_value), cs::timeout_pipe.default_value, cs::timeout_xs.default_value,
+            cs::timeout_s.default_value,  cs::timeout_m.default_value,   cs::timeout_l.default_value,
+            cs::timeout_xl.default_value,  cs::repeats_xs.default_value, cs::repeats_s.default_value,
+            cs::repeats_m.default_value,   cs::repeats_l.default_value,  cs::repeats_xl.default_value};
+}
+
+QString exception_name(QModbusPdu::ExceptionCode code)
+{
+    switch (code) {
+    case QModbusPdu::IllegalFunction: return QStringLiteral("illegal function");
+    case QModbusPdu::IllegalDataAddress: return QStringLiteral("illegal data address");
+    case QModbusPdu::IllegalDataValue: return QStringLiteral("illegal data value");
+    case QModbusPdu::ServerDeviceFailure: return QStringLiteral("server device failure");
+    case QModbusPdu::Acknowledge: return QStringLiteral("acknowledge");
+    case QModbusPdu::ServerDeviceBusy: return QStringLiteral("server device busy");
+    case QModbusPdu::MemoryParityError: return QStringLiteral("memory parity error");
+    case QModbusPdu::GatewayPathUnavailable: return QStringLiteral("gateway path unavailable");
+    case QModbusPdu::GatewayTargetDeviceFailedToRespond: return QStringLiteral("gateway target failed to respond");
+    default: return QStringLiteral("unknown exception");
+    }
+}
+
+} // namespace
+
+struct modbus_module::private_t {
+    QString text;
+    address_t address;
+    qz::api::proto::qz_media media;
+    qz::api::proto::command_config config = default_config();
+    std::unique_ptr<QModbusClient> client;
+
+    // What abort() reaches from another thread. A standard mutex, which ThreadSanitizer sees.
+    std::mutex lock;
+    QEventLoop* loop = nullptr;
+    bool aborted = false;
+
+    // "tcp://127.0.0.1:1502 unit 1: holding 10 to 19"
+    QString where(table_e table, uint16_t start, int count) const
+    {
+        return QStringLiteral("%1 unit %2: %3 %4 to %5")
+            .arg(text)
+            .arg(address.unit)
+            .arg(QLatin1String(table_name(table)))
+            .arg(start)
+            .arg(int(start) + count - 1);
+    }
+
+    // Runs an event loop until @p done is emitted or abort() comes; throws stopped for the latter.
+    template <typename Sender, typename Signal>
+    void wait_for(Sender* sender, Signal done, int timeout_ms = -1, bool* timed_out = nullptr)
+    {
+        QEventLoop here;
+        QTimer deadline;
+        deadline.setSingleShot(true);
+        QObject::connect(sender, done, &here, &QEventLoop::quit);
+        if (timeout_ms >= 0) {
+            QObject::connect(&deadline, &QTimer::timeout, &here, [&] {
+                *timed_out = true;
+                here.quit();
+            });
+            deadline.start(timeout_ms);
+        }
+        {
+            std::lock_guard<std::mutex> guard(lock);
+            if (aborted) {
+                aborted = false;
+                throw media_exception(media_exception::stopped, "stopped");
+            }
+            loop = &here;
+        }
+        here.exec();
+        std::lock_guard<std::mutex> guard(lock);
+        loop = nullptr;
+        if (aborted) {
+            aborted = false;
+            throw media_exception(media_exception::stopped, "stopped");
+        }
+    }
+
+    void set_request_class(int timeout_ms, int repeats)
+    {
+        client->setTimeout(std::max(timeout_ms, 10)); // Qt's smallest
+        client->setNumberOfRetries(std::max(repeats, 0));
+    }
+
+    // Waits for @p reply and turns its failure into the interface's exceptions.
+    QModbusDataUnit finish(QModbusReply* reply, bool reading, table_e table, uint16_t start, int count)
+    {
+        const QString place = where(table, start, count);
+        if (!reply)
+            throw media_exception(media_exception::no_device,
+                                  QStringLiteral("%1: not sent: %2").arg(place, client->errorString()).toStdString());
+        const std::unique_ptr<QModbusReply, void (*)(QModbusReply*)> owned(reply, [](QModbusReply* r) { r->deleteLater(); });
+        if (!reply->isFinished())
+            wait_for(reply, &QModbusReply::finished);
+        const QString qt_text = reply->errorString();
+        switch (reply->error()) {
+        case QModbusDevice::NoError:
+            break;
+        case QModbusDevice::TimeoutError:
+            throw media_exception(reading ? media_exception::read_failed : media_exception::write_failed,
+                                  QStringLiteral("%1: no answer (%2)").arg(place, qt_text).toStdString());
+        case QModbusDevice::ProtocolError: {
+            const QModbusPdu::ExceptionCode code = reply->rawResult().exceptionCode();
+            if (!reply->rawResult().isException())
+                throw proto_exception(proto_exception::invalid_result,
+                                      QStringLiteral("%1: malformed reply (%2)").arg(place, qt_text).toStdString());
+            proto_exception::exception_type_e kind = proto_exception::general_error;
+            if (code == QModbusPdu::IllegalFunction)
+                kind = proto_exception::response_error;
+            else if (code == QModbusPdu::IllegalDataAddress || code == QModbusPdu::IllegalDataValue)
+                kind = proto_exception::parameter_error;
+            else if (code == QModbusPdu::ServerDeviceBusy)
+                kind = proto_exception::busy;
+            throw proto_exception(kind, QStringLiteral("%1: Modbus exception 0x%2 (%3)")
+                                            .arg(place)
+                                            .arg(int(code), 2, 16, QLatin1Char('0'))
+                                            .arg(exception_name(code))
+                                            .toStdString());
+        }
+        case QModbusDevice::ConnectionError:
+        case QModbusDevice::ReplyAbortedError:
+            throw media_exception(media_exception::no_device,
+                                  QStringLiteral("%1: connection lost (%2)").arg(place, qt_text).toStdString());
+        default:
+            throw proto_exception(proto_exception::general_error,
+                                  QStringLiteral("%1: %2").arg(place, qt_text).toStdString());
+        }
+        const QModbusDataUnit unit = reply->result();
+        if (reading && (unit.startAddress() != start || int(unit.valueCount()) != count))
+            throw proto_exception(proto_exception::invalid_result,
+                                  QStringLiteral("%1: the reply holds %2 values from %3")
+                                      .arg(place)
+                                      .arg(unit.valueCount())
+                                      .arg(unit.startAddress())
+                                      .toStdString());
+        return unit;
+    }
+};
+
+modbus_module::modbus_module(const QString& address)
+    : d(std::make_unique<private_t>())
+{
+    d->text = address;
+    d->address = parse_address(address);
+}
+
+modbus_module::~modbus_module()
+{
+    disconnect();
+}
+
+QString modbus_module::address() const
+{
+    return d->text;
+}
+
+void modbus_module::connect()
+{
+    if (d->client && d->client->state() == QModbusDevice::ConnectedState)
+        return;
+    disconnect();
+    const address_t& a = d->address;
+    if (a.tcp) {
+        d->client = std::make_unique<QModbusTcpClient>();
+        d->client->setConnectionParameter(QModbusDevice::NetworkAddressParameter, a.host);
+        d->client->setConnectionParameter(QModbusDevice::NetworkPortParameter, a.port);
+    } else {
+        d->client = std::make_unique<rtu_client>();
+        d->client->setConnectionParameter(QModbusDevice::SerialPortNameParameter, a.device);
+        d->client->setConnectionParameter(QModbusDevice::SerialBaudRateParameter, a.baud);
+        d->client->setConnectionParameter(QModbusDevice::SerialParityParameter, a.parity);
+        d->client->setConnectionParameter(QModbusDevice::SerialDataBitsParameter, a.data);
+        d->client->setConnectionParameter(QModbusDevice::SerialStopBitsParameter, a.stop);
+    }
+    QModbusClient* client = d->client.get();
+    const auto fail = [&](const QString& why) {
+        const QString text = QStringLiteral("%1: no connection (%2)").arg(d->text, why);
+        d->client.reset();
+        throw media_exception(media_exception::no_device, text.toStdString());
+    };
+    if (!client->connectDevice())
+        fail(client->errorString());
+    // Connected, or back to unconnected with an error: either is a change of state.
+    QElapsedTimer clock;
+    clock.start();
+    bool timed_out = false;
+    while (!timed_out && client->state() == QModbusDevice::ConnectingState)
+        d->wait_for(client, &QModbusDevice::stateChanged, int(std::max<qint64>(0, d->config.timeout_l - clock.elapsed())),
+                    &timed_out);
+    if (timed_out)
+        fail(QStringLiteral("no answer within %1 ms").arg(d->config.timeout_l));
+    if (client->state() != QModbusDevice::ConnectedState)
+        fail(client->errorString());
+}
+
+void modbus_module::disconnect()
+{
+    if (!d->client)
+        return;
+    d->client->disconnectDevice();
+    d->client.reset();
+}
+
+void modbus_module::abort()
+{
+    std::lock_guard<std::mutex> guard(d->lock);
+    d->aborted = true;
+    if (d->loop)
+        QMetaObject::invokeMethod(d->loop, "quit", Qt::QueuedConnection);
+}
+
+qz::api::proto::qz_media& modbus_module::media()
+{
+    return d->media;
+}
+
+void modbus_module::set_config(const qz::api::proto::command_config& config)
+{
+    d->config = config;
+}
+
+void modbus_module::set_persistent(bool)
+{
+}
+
+QVector<uint16_t> modbus_module::read(table_e table, uint16_t start, int count)
+{
+    if (!d->client)
+        throw media_exception(media_exception::not_open, (d->text + QStringLiteral(": not connected")).toStdString());
+    d->set_request_class(d->config.timeout_s, d->config.repeats_s);
+    const QModbusDataUnit request(register_type(table), start, quint16(count));
+    const QModbusDataUnit unit = d->finish(d->client->sendReadRequest(request, d->address.unit), true, table, start, count);
+    QVector<uint16_t> values;
+    values.reserve(count);
+    for (int i = 0; i < count; ++i)
+        values.append(unit.value(i));
+    return values;
+}
+
+void modbus_module::write(table_e table, uint16_t start, const QVector<uint16_t>& values)
+{
+    if (!d->client)
+        throw media_exception(media_exception::not_open, (d->text + QStringLiteral(": not connected")).toStdString());
+    d->set_request_class(d->config.timeout_m, d->config.repeats_m);
+    QModbusDataUnit request(register_type(table), start, quint16(values.size()));
+    for (int i = 0; i < values.size(); ++i)
+        request.setValue(i, values[i]);
+    d->finish(d->client->sendWriteRequest(request, d->address.unit), false, table, start, int(values.size()));
+}
+
+} // namespace qz::modbus

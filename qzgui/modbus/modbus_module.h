@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#ifndef QZGUI_MODBUS_MODBUS_MODULE_H
+#define QZGUI_MODBUS_MODBUS_MODULE_H
+
+#include "qzgui/modbus/modbus_export.h"
+
+#include "qzgui/modbus/register_map.h"
+
+#include <module_api/qz_module.h>
+
+#include <QString>
+#include <QVector>
+
+#include <cstdint>
+#include <memory>
+
+namespace qz::modbus {
+
+/**
+ * @class modbus_module modbus_module.h <qzgui/modbus/modbus_module.h>
+ *
+ * A device module that speaks Modbus, over TCP or RTU on a serial line, through Qt SerialBus. Its
+ * calls belong to one thread (a worker's): the Qt client is made there on connect() and each call
+ * waits there for its reply in an event loop, without busy-waiting. abort() may come from any
+ * thread and ends the call in progress within 100 ms with media_exception::stopped.
+ *
+ * The command configuration sets the client's response time-out and retry count per request:
+ * reads take the "s" class (timeout_s, repeats_s), writes the "m" class (timeout_m, repeats_m)
+ * and connecting waits up to timeout_l.
+ *
+ * Failures throw the module interface's exceptions, with the address, the Modbus exception code
+ * and Qt's error text in the message: no connection, a refused connection or no such serial port
+ * → media_exception::no_device; no answer in time → media_exception::read_failed (read) or
+ * write_failed (write); a Modbus exception response → proto_exception::response_error (illegal
+ * function), parameter_error (illegal data address or value), busy (server busy) or
+ * general_error (others); a reply that does not fit the request → invalid_result.
+ * @see modbus_worker, register_map
+ */
+class QZGUI_MODBUS_EXPORT modbus_module : public qz::api::proto::qz_module {
+public:
+    /**
+     * @param address "tcp://HOST:PORT" or
+     *        "rtu:DEVICE?baud=19200&parity=none|even|odd&data=8&stop=1" (every setting optional,
+     *        those shown the defaults), each optionally with "unit=N", the server address (1 by
+     *        default; 0 to 255 over TCP, 1 to 247 over RTU)
+     * @throws std::invalid_argument naming the address and its fault
+     */
+    explicit modbus_module(const QString& address);
+    /// Closes the connection, if one is open.
+    ~modbus_module() override;
+
+    /// Opens the connection; waits up to timeout_l. @throws media_exception no_device
+    void connect() override;
+    /// Closes the connection; nothing happens when none is open.
+    void disconnect() override;
+    /// Ends the call in progress with media_exception::stopped; callable from any thread.
+    void abort() override;
+    /// @return the transport's settings record (its mode is not used by Modbus)
+    qz::api::proto::qz_media& media() override;
+    /// Takes the time-outs and repeat counts for the following requests.
+    void set_config(const qz::api::proto::command_config& config) override;
+    /// Kept for the interface; a Modbus connection stays open until disconnect() either way.
+    void set_persistent(bool persistent) override;
+
+    /**
+     * Reads @p count bits or registers of @p table from @p start.
+     * @return the values, one word per bit (0 or 1) or register
+     * @throws media_exception, proto_exception as described for the class
+     */
+    QVector<uint16_t> read(table_e table, uint16_t start, int count);
+
+    /**
+     * Writes @p values (one word per bit or register) into @p table from @p start.
+     * @throws media_exception, proto_exception as described for the class
+     */
+    void write(table_e table, uint16_t start, const QVector<uint16_t>& values);
+
+    /// @return the address the module was created with
+    QString address() const;
+
+private:
+    struct private_t;
+    std::unique_ptr<private_t> d;
+};
+
+} // namespace qz::modbus
+
+#endif

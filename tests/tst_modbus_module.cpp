@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The Modbus module against real sockets on 127.0.0.1: an in-process Qt Modbus server, a port
+// nobody listens on, and a server that accepts and never answers.
+#include "qzgui/modbus/modbus_module.h"
+
+#include <module_api/media_exception.h>
+#include <module_api/proto_exception.h>
+
+#include <QElapsedTimer>
+#include <QModbusTcpServer>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include <stdexcept>
+#include <thread>
+
+using namespace qz::modbus;
+using qz::api::proto::media_exception;
+using qz::api::proto::proto_exception;
+
+namespace {
+
+// A Modbus server whose chosen holding registers answer with an exception code.
+class test_server : public QModbusTcpServer {
+public:
+    QMap<int, QModbusPdu::ExceptionCode> exceptions; // holding address to code
+
+protected:
+    QModbusResponse processRequest(const QModbusPdu& request) override
+    {
+        // Every request that names a holding register first: reads and both kinds of write.
+        if (request.functionCode() == QModbusPdu::ReadHoldingRegisters
+            || request.functionCode() == QModbusPdu::WriteSingleRegister
+            || request.functionCode() == QModbusPdu::WriteMultipleRegisters) {
+            quint16 address = 0;
+            request.decodeData(&address);
+            if (exceptions.contains(address))
+                return QModbusExceptionResponse(request.functionCode(), exceptions.value(address));
+        }
+        return QModbusTcpServer::processRequest(request);
+    }
+};
+
+// A port on 127.0.0.1 that was free a moment ago.
+quint16 free_port()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
+qz::api::proto::command_config short_config()
+{
+    // Time-outs short enough for a test, long enough for a loaded machine's loopback.
+    return {9500, 1000, 200, 300, 300, 2000, 2000, 0, 0, 0, 0, 0};
+}
+
+template <typename E>
+E thrown(const std::function<void()>& call)
+{
+    try {
+        call();
+    } catch (const E& e) {
+        return e;
+    }
+    throw std::logic_error("nothing thrown");
+}
+
+} // namespace
+
+class tst_modbus_module : public QObject {
+    Q_OBJECT
+
+    test_server _server;
+    quint16 _port = 0;
+
+    QString tcp(const char* query = "") const
+    {
+        return QStringLiteral("tcp://127.0.0.1:%1%2").arg(_port).arg(QLatin1String(query));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QModbusDataUnitMap map;
+        map.insert(QModbusDataUnit::HoldingRegisters, {QModbusDataUnit::HoldingRegisters, 0, 100});
+        map.insert(QModbusDataUnit::Coils, {QModbusDataUnit::Coils, 0, 100});
+        map.insert(QModbusDataUnit::InputRegisters, {QModbusDataUnit::InputRegisters, 0, 100});
+        map.insert(QModbusDataUnit::DiscreteInputs, {QModbusDataUnit::DiscreteInputs, 0, 100});
+        _server.setMap(map);
+        _server.setServerAddress(1);
+        for (int attempt = 0; attempt < 20 && _server.state() != QModbusDevice::ConnectedState; ++attempt) {
+            _port = free_port();
+            _server.setConnectionParameter(QModbusDevice::NetworkAddressParameter, QStringLiteral("127.0.0.1"));
+            _server.setConnectionParameter(QModbusDevice::NetworkPortParameter, _port);
+            _server.connectDevice();
+        }
+        QCOMPARE(_server.state(), QModbusDevice::ConnectedState);
+        _server.setData(QModbusDataUnit::InputRegisters, 7, 0xBEEF);
+        _server.setData(QModbusDataUnit::DiscreteInputs, 3, 1);
+    }
+
+    void addresses_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("fault"); // empty: valid
+        QTest::newRow("tcp") << "tcp://127.0.0.1:502" << "";
+        QTest::newRow("tcp unit") << "tcp://localhost:1502?unit=0" << "";
+        QTest::newRow("tcp ipv6") << "tcp://[::1]:502?unit=255" << "";
+        QTest::newRow("rtu") << "rtu:/dev/ttyUSB0" << "";
+        QTest::newRow("rtu all") << "rtu:/dev/pts/3?baud=9600&parity=even&data=7&stop=2&unit=247" << "";
+        QTest::newRow("no scheme") << "127.0.0.1:502" << "it starts with neither tcp:// nor rtu:";
+        QTest::newRow("no port") << "tcp://127.0.0.1" << "a TCP address is tcp://HOST:PORT";
+        QTest::newRow("port 0") << "tcp://127.0.0.1:0" << "the port is not a whole number from 1 to 65535";
+        QTest::newRow("port text") << "tcp://127.0.0.1:http" << "the port is not a whole number from 1 to 65535";
+        QTest::newRow("no host") << "tcp://:502" << "a TCP address is tcp://HOST:PORT";
+        QTest::newRow("path") << "tcp://host:502/x" << "a TCP address is tcp://HOST:PORT";
+        QTest::newRow("tcp baud") << "tcp://host:502?baud=9600" << "a TCP address takes only unit, not baud";
+        QTest::newRow("unit 256") << "tcp://host:502?unit=256" << "unit is not a whole number from 0 to 255";
+        QTest::newRow("rtu unit 0") << "rtu:/dev/ttyS0?unit=0" << "unit is not a whole number from 1 to 247";
+        QTest::newRow("no device") << "rtu:?baud=9600" << "the serial device is missing";
+        QTest::newRow("parity") << "rtu:/dev/ttyS0?parity=mark" << "parity is none, even or odd";
+        QTest::newRow("data bits") << "rtu:/dev/ttyS0?data=9" << "data is not a whole number from 5 to 8";
+        QTest::newRow("stop bits") << "rtu:/dev/ttyS0?stop=3" << "stop is not a whole number from 1 to 2";
+        QTest::newRow("negative baud") << "rtu:/dev/ttyS0?baud=-9600" << "baud is not a whole number from 50 to 4000000";
+        QTest::newRow("unknown") << "rtu:/dev/ttyS0?speed=fast" << "unknown setting speed";
+        QTest::newRow("twice") << "rtu:/dev/ttyS0?unit=2&unit=3" << "unit is given twice";
+        QTest::newRow("no value") << "rtu:/dev/ttyS0?unit" << "\"unit\" is not KEY=VALUE";
+        QTest::newRow("empty query") << "rtu:/dev/ttyS0?" << "the settings after \"?\" are missing";
+    }
+
+    void addresses()
+    {
+        QFETCH(QString, address);
+        QFETCH(QString, fault);
+        try {
+            const modbus_module module(address);
+            QVERIFY2(fault.isEmpty(), "accepted");
+            QCOMPARE(module.address(), address);
+        } catch (const std::invalid_argument& e) {
+            QCOMPARE(QString::fromUtf8(e.what()), QStringLiteral("bad device address \"%1\": %2").arg(address, fault));
+        }
+    }
+
+    void reads_and_writes_every_table()
+    {
+        modbus_module module(tcp());
+        module.set_config(short_config());
+        module.connect();
+        module.write(holding, 10, {1, 0xFFFF, 42});
+        QCOMPARE(module.read(holding, 10, 3), (QVector<uint16_t>{1, 0xFFFF, 42}));
+        module.write(coil, 5, {1, 0, 1});
+        QCOMPARE(module.read(coil, 5, 3), (QVector<uint16_t>{1, 0, 1}));
+        QCOMPARE(module.read(input, 7, 1), QVector<uint16_t>{0xBEEF});
+        QCOMPARE(module.read(discrete, 2, 2), (QVector<uint16_t>{0, 1}));
+        module.disconnect();
+        const auto e = thrown<media_exception>([&] { module.read(holding, 0, 1); });
+        QCOMPARE(e.get_type(), media_exception::not_open);
+    }
+
+    void exception_responses_map_onto_protocol_kinds_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("illegal function") << int(QModbusPdu::IllegalFunction) << int(proto_exception::response_error)
+                                          << "0x01 (illegal function)";
+        QTest::newRow("illegal address") << int(QModbusPdu::IllegalDataAddress) << int(proto_exception::parameter_error)
+                                         << "0x02 (illegal data address)";
+        QTest::newRow("illegal value") << int(QModbusPdu::IllegalDataValue) << int(proto_exception::parameter_error)
+                                       << "0x03 (illegal data value)";
+        QTest::newRow("busy") << int(QModbusPdu::ServerDeviceBusy) << int(proto_exception::busy)
+                              << "0x06 (server device busy)";
+        QTest::newRow("failure") << int(QModbusPdu::ServerDeviceFailure) << int(proto_exception::general_error)
+                                 << "0x04 (server device failure)";
+    }
+
+    void exception_responses_map_onto_protocol_kinds()
+    {
+        QFETCH(int, code);
+        QFETCH(int, kind);
+        QFETCH(QString, name);
+        _server.exceptions = {{50, QModbusPdu::ExceptionCode(code)}};
+        modbus_module module(tcp("?unit=1"));
+        module.set_config(short_config());
+        module.connect();
+        const auto read = thrown<proto_exception>([&] { module.read(holding, 50, 2); });
+        QCOMPARE(int(read.get_type()), kind);
+        QCOMPARE(QString::fromUtf8(read.what()),
+                 tcp("?unit=1") + QStringLiteral(" unit 1: holding 50 to 51: Modbus exception ") + name);
+        const auto written = thrown<proto_exception>([&] { module.write(holding, 50, {7}); });
+        QCOMPARE(int(written.get_type()), kind);
+        _server.exceptions.clear();
+    }
+
+    void a_refused_connection_is_no_device()
+    {
+        modbus_module module(QStringLiteral("tcp://127.0.0.1:%1").arg(free_port()));
+        module.set_config(short_config());
+        const auto e = thrown<media_exception>([&] { module.connect(); });
+        QCOMPARE(e.get_type(), media_exception::no_device);
+        QVERIFY2(QString::fromUtf8(e.what()).contains(QStringLiteral(": no connection (")), e.what());
+    }
+
+    void a_missing_serial_port_is_no_device()
+    {
+        modbus_module module(QStringLiteral("rtu:/dev/qzgui-no-such-port"));
+        module.set_config(short_config());
+        const auto e = thrown<media_exception>([&] { module.connect(); });
+        QCOMPARE(e.get_type(), media_exception::no_device);
+    }
+
+    void a_silent_server_times_out_and_stop_ends_the_wait()
+    {
+        QTcpServer silent; // accepts, reads, never answers
+        QVERIFY(silent.listen(QHostAddress::LocalHost, 0));
+        modbus_module module(QStringLiteral("tcp://127.0.0.1:%1").arg(silent.serverPort()));
+        module.set_config(short_config());
+        module.connect();
+        QCOMPARE(thrown<media_exception>([&] { module.read(holding, 0, 1); }).get_type(), media_exception::read_failed);
+        QCOMPARE(thrown<media_exception>([&] { module.write(holding, 0, {1}); }).get_type(), media_exception::write_failed);
+
+        // A long time-out, cut short by abort() from another thread.
+        auto config = short_config();
+        config.timeout_s = 30000;
+        module.set_config(config);
+        QElapsedTimer clock;
+        std::thread stopper([&module] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            module.abort();
+        });
+        clock.start();
+        const auto e = thrown<media_exception>([&] { module.read(holding, 0, 1); });
+        const qint64 took = clock.elapsed();
+        stopper.join();
+        QCOMPARE(e.get_type(), media_exception::stopped);
+        qInfo("abort ended the read after %lld ms (abort came at 300 ms)", took);
+        QVERIFY2(took < 10000, qPrintable(QString::number(took)));
+    }
+};
+
+QTEST_MAIN(tst_modbus_module)
+#include "tst_modbus_module.moc"
