@@ -92,7 +92,8 @@ private slots:
         _server.setServerAddress(1);
         for (int attempt = 0; attempt < 20 && _server.state() != QModbusDevice::ConnectedState; ++attempt) {
             _port = free_port();
-            _server.setConnectionParameter(QModbusDevice::NetworkAddressParameter, QStringLiteral("127.0.0.1"));
+            _server.setConnectionParameter(QModbusDevice::NetworkAddressParameter,
+                                           QStringLiteral("127.0.0.1"));
             _server.setConnectionParameter(QModbusDevice::NetworkPortParameter, _port);
             _server.connectDevice();
         }
@@ -105,29 +106,52 @@ private slots:
     {
         QTest::addColumn<QString>("address");
         QTest::addColumn<QString>("fault"); // empty: valid
-        QTest::newRow("tcp") << "tcp://127.0.0.1:502" << "";
-        QTest::newRow("tcp unit") << "tcp://localhost:1502?unit=0" << "";
-        QTest::newRow("tcp ipv6") << "tcp://[::1]:502?unit=255" << "";
-        QTest::newRow("rtu") << "rtu:/dev/ttyUSB0" << "";
-        QTest::newRow("rtu all") << "rtu:/dev/pts/3?baud=9600&parity=even&data=7&stop=2&unit=247" << "";
-        QTest::newRow("no scheme") << "127.0.0.1:502" << "it starts with neither tcp:// nor rtu:";
-        QTest::newRow("no port") << "tcp://127.0.0.1" << "a TCP address is tcp://HOST:PORT";
-        QTest::newRow("port 0") << "tcp://127.0.0.1:0" << "the port is not a whole number from 1 to 65535";
-        QTest::newRow("port text") << "tcp://127.0.0.1:http" << "the port is not a whole number from 1 to 65535";
-        QTest::newRow("no host") << "tcp://:502" << "a TCP address is tcp://HOST:PORT";
-        QTest::newRow("path") << "tcp://host:502/x" << "a TCP address is tcp://HOST:PORT";
-        QTest::newRow("tcp baud") << "tcp://host:502?baud=9600" << "a TCP address takes only unit, not baud";
-        QTest::newRow("unit 256") << "tcp://host:502?unit=256" << "unit is not a whole number from 0 to 255";
-        QTest::newRow("rtu unit 0") << "rtu:/dev/ttyS0?unit=0" << "unit is not a whole number from 1 to 247";
-        QTest::newRow("no device") << "rtu:?baud=9600" << "the serial device is missing";
-        QTest::newRow("parity") << "rtu:/dev/ttyS0?parity=mark" << "parity is none, even or odd";
-        QTest::newRow("data bits") << "rtu:/dev/ttyS0?data=9" << "data is not a whole number from 5 to 8";
-        QTest::newRow("stop bits") << "rtu:/dev/ttyS0?stop=3" << "stop is not a whole number from 1 to 2";
-        QTest::newRow("negative baud") << "rtu:/dev/ttyS0?baud=-9600" << "baud is not a whole number from 50 to 4000000";
-        QTest::newRow("unknown") << "rtu:/dev/ttyS0?speed=fast" << "unknown setting speed";
-        QTest::newRow("twice") << "rtu:/dev/ttyS0?unit=2&unit=3" << "unit is given twice";
-        QTest::newRow("no value") << "rtu:/dev/ttyS0?unit" << "\"unit\" is not KEY=VALUE";
-        QTest::newRow("empty query") << "rtu:/dev/ttyS0?" << "the settings after \"?\" are missing";
+        QTest::newRow("tcp") << "tcp://127.0.0.1:502"
+                             << "";
+        QTest::newRow("tcp unit") << "tcp://localhost:1502?unit=0"
+                                  << "";
+        QTest::newRow("tcp ipv6") << "tcp://[::1]:502?unit=255"
+                                  << "";
+        QTest::newRow("rtu") << "rtu:/dev/ttyUSB0"
+                             << "";
+        QTest::newRow("rtu all") << "rtu:/dev/pts/3?baud=9600&parity=even&data=7&stop=2&unit=247"
+                                 << "";
+        QTest::newRow("no scheme") << "127.0.0.1:502"
+                                   << "it starts with neither tcp:// nor rtu:";
+        QTest::newRow("no port") << "tcp://127.0.0.1"
+                                 << "a TCP address is tcp://HOST:PORT";
+        QTest::newRow("port 0") << "tcp://127.0.0.1:0"
+                                << "the port is not a whole number from 1 to 65535";
+        QTest::newRow("port text") << "tcp://127.0.0.1:http"
+                                   << "the port is not a whole number from 1 to 65535";
+        QTest::newRow("no host") << "tcp://:502"
+                                 << "a TCP address is tcp://HOST:PORT";
+        QTest::newRow("path") << "tcp://host:502/x"
+                              << "a TCP address is tcp://HOST:PORT";
+        QTest::newRow("tcp baud") << "tcp://host:502?baud=9600"
+                                  << "a TCP address takes only unit, not baud";
+        QTest::newRow("unit 256") << "tcp://host:502?unit=256"
+                                  << "unit is not a whole number from 0 to 255";
+        QTest::newRow("rtu unit 0") << "rtu:/dev/ttyS0?unit=0"
+                                    << "unit is not a whole number from 1 to 247";
+        QTest::newRow("no device") << "rtu:?baud=9600"
+                                   << "the serial device is missing";
+        QTest::newRow("parity") << "rtu:/dev/ttyS0?parity=mark"
+                                << "parity is none, even or odd";
+        QTest::newRow("data bits") << "rtu:/dev/ttyS0?data=9"
+                                   << "data is not a whole number from 5 to 8";
+        QTest::newRow("stop bits") << "rtu:/dev/ttyS0?stop=3"
+                                   << "stop is not a whole number from 1 to 2";
+        QTest::newRow("negative baud") << "rtu:/dev/ttyS0?baud=-9600"
+                                       << "baud is not a whole number from 50 to 4000000";
+        QTest::newRow("unknown") << "rtu:/dev/ttyS0?speed=fast"
+                                 << "unknown setting speed";
+        QTest::newRow("twice") << "rtu:/dev/ttyS0?unit=2&unit=3"
+                               << "unit is given twice";
+        QTest::newRow("no value") << "rtu:/dev/ttyS0?unit"
+                                  << "\"unit\" is not KEY=VALUE";
+        QTest::newRow("empty query") << "rtu:/dev/ttyS0?"
+                                     << "the settings after \"?\" are missing";
     }
 
     void addresses()
@@ -139,7 +163,8 @@ private slots:
             QVERIFY2(fault.isEmpty(), "accepted");
             QCOMPARE(module.address(), address);
         } catch (const std::invalid_argument& e) {
-            QCOMPARE(QString::fromUtf8(e.what()), QStringLiteral("bad device address \"%1\": %2").arg(address, fault));
+            QCOMPARE(QString::fromUtf8(e.what()),
+                     QStringLiteral("bad device address \"%1\": %2").arg(address, fault));
         }
     }
 
@@ -164,16 +189,19 @@ private slots:
         QTest::addColumn<int>("code");
         QTest::addColumn<int>("kind");
         QTest::addColumn<QString>("name");
-        QTest::newRow("illegal function") << int(QModbusPdu::IllegalFunction) << int(proto_exception::response_error)
-                                          << "0x01 (illegal function)";
-        QTest::newRow("illegal address") << int(QModbusPdu::IllegalDataAddress) << int(proto_exception::parameter_error)
-                                         << "0x02 (illegal data address)";
-        QTest::newRow("illegal value") << int(QModbusPdu::IllegalDataValue) << int(proto_exception::parameter_error)
-                                       << "0x03 (illegal data value)";
+        QTest::newRow("illegal function")
+            << int(QModbusPdu::IllegalFunction) << int(proto_exception::response_error)
+            << "0x01 (illegal function)";
+        QTest::newRow("illegal address")
+            << int(QModbusPdu::IllegalDataAddress) << int(proto_exception::parameter_error)
+            << "0x02 (illegal data address)";
+        QTest::newRow("illegal value")
+            << int(QModbusPdu::IllegalDataValue) << int(proto_exception::parameter_error)
+            << "0x03 (illegal data value)";
         QTest::newRow("busy") << int(QModbusPdu::ServerDeviceBusy) << int(proto_exception::busy)
                               << "0x06 (server device busy)";
-        QTest::newRow("failure") << int(QModbusPdu::ServerDeviceFailure) << int(proto_exception::general_error)
-                                 << "0x04 (server device failure)";
+        QTest::newRow("failure") << int(QModbusPdu::ServerDeviceFailure)
+                                 << int(proto_exception::general_error) << "0x04 (server device failure)";
     }
 
     void exception_responses_map_onto_protocol_kinds()
@@ -218,8 +246,10 @@ private slots:
         modbus_module module(QStringLiteral("tcp://127.0.0.1:%1").arg(silent.serverPort()));
         module.set_config(short_config());
         module.connect();
-        QCOMPARE(thrown<media_exception>([&] { module.read(holding, 0, 1); }).get_type(), media_exception::read_failed);
-        QCOMPARE(thrown<media_exception>([&] { module.write(holding, 0, {1}); }).get_type(), media_exception::write_failed);
+        QCOMPARE(thrown<media_exception>([&] { module.read(holding, 0, 1); }).get_type(),
+                 media_exception::read_failed);
+        QCOMPARE(thrown<media_exception>([&] { module.write(holding, 0, {1}); }).get_type(),
+                 media_exception::write_failed);
 
         // A long time-out, cut short by abort() from another thread.
         auto config = short_config();
