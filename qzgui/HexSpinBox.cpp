@@ -41,6 +41,8 @@ QValidator::State HexSpinBox::validate(QString& input, int& pos) const
 
     bool ok = false;
     const uint number = trimmed.toUInt(&ok, 16);
+    // Qt 6's toUInt() stops at a NUL and reads what came before; Qt 5 refuses such text, as we do.
+    ok = ok && !trimmed.contains(QChar(0));
     if (ok && (!is16Bit || number <= max_16_bit))
         return QValidator::Acceptable;
     return QValidator::Invalid;

@@ -144,6 +144,14 @@ private slots:
         // Found by fuzzing: the digits are parsed as typed, before upper-casing, so a ligature
         // that upper-cases to hexadecimal digits is still refused.
         QTest::newRow("ligature ff") << false << QString(QChar(0xFB00)) << 1 << X << "0xFF" << 1;
+        // Found by fuzzing the Qt 6 build: its toUInt() stops at a NUL and reads the digits before.
+        QTest::newRow("NUL after a digit") << false
+                                           << QStringLiteral("0\u0000"
+                                                             "1")
+                                           << 3 << X
+                                           << QStringLiteral("0x0\u0000"
+                                                             "1")
+                                           << 3;
         QTest::newRow("empty") << true << "" << 0 << I << "" << 0;
         QTest::newRow("prefix alone") << true << "0x" << 2 << I << "0x" << 2;
         QTest::newRow("prefix alone, 32-bit") << false << "0x" << 2 << I << "0x" << 2;
