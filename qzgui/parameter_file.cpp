@@ -32,10 +32,10 @@ const QLatin1String format_name("qzgui parameters");
 
 // Keys and type names as the file spells them.
 const QLatin1String key_format("format"), key_version("version"), key_parameters("parameters"), key_id("id"),
-    key_type("type"), key_value("value"), key_spec("spec"), key_offset("offset"), key_zone("zone");
+    key_type("type"), key_value("value"), key_clock("clock"), key_offset("offset"), key_zone("zone");
 const QLatin1String type_bool("bool"), type_int("int"), type_uint("uint"), type_double("double"),
     type_string("string"), type_datetime("datetime"), type_none("none");
-const QLatin1String spec_local("local"), spec_utc("utc"), spec_offset("offset"), spec_zone("zone");
+const QLatin1String clock_local("local"), clock_utc("utc"), clock_offset("offset"), clock_zone("zone");
 
 constexpr int max_offset = 24 * 3600; // seconds; wider than any offset in use
 
@@ -77,17 +77,17 @@ bool put_date_time(QJsonObject& entry, const QDateTime& value)
     entry.insert(key_value, utc.toString(Qt::ISODateWithMs));
     switch (value.timeSpec()) {
     case Qt::LocalTime:
-        entry.insert(key_spec, spec_local);
+        entry.insert(key_clock, clock_local);
         break;
     case Qt::UTC:
-        entry.insert(key_spec, spec_utc);
+        entry.insert(key_clock, clock_utc);
         break;
     case Qt::OffsetFromUTC:
-        entry.insert(key_spec, spec_offset);
+        entry.insert(key_clock, clock_offset);
         entry.insert(key_offset, value.offsetFromUtc());
         break;
     case Qt::TimeZone:
-        entry.insert(key_spec, spec_zone);
+        entry.insert(key_clock, clock_zone);
         entry.insert(key_zone, QString::fromLatin1(value.timeZone().id()));
         break;
     }
@@ -190,16 +190,16 @@ struct entry_reader {
             || !text.endsWith(QLatin1Char('Z')))
             fail_here(
                 QStringLiteral("the value is not a date-time in UTC such as \"2026-11-23T09:00:00.123Z\""));
-        const QString spec = entry.value(key_spec).toString();
-        if (spec == spec_local)
+        const QString clock = entry.value(key_clock).toString();
+        if (clock == clock_local)
             return utc.toLocalTime();
-        if (spec == spec_utc)
+        if (clock == clock_utc)
             return utc;
-        if (spec == spec_offset)
+        if (clock == clock_offset)
             return utc.toOffsetFromUtc(int(whole_number(entry.value(key_offset), -max_offset, max_offset)));
-        if (spec != spec_zone)
-            fail_here(QStringLiteral("the spec \"%1\" is not \"local\", \"utc\", \"offset\" or \"zone\"")
-                          .arg(spec));
+        if (clock != clock_zone)
+            fail_here(QStringLiteral("the clock \"%1\" is not \"local\", \"utc\", \"offset\" or \"zone\"")
+                          .arg(clock));
         const QString zone = entry.value(key_zone).toString();
         const QTimeZone time_zone(zone.toLatin1());
         if (!time_zone.isValid())

@@ -29,13 +29,13 @@ class QString;
  *     "parameters": [
  *         { "id": "0x00000010", "type": "uint", "value": 5 },
  *         { "id": "0x00000011", "type": "string", "value": "pump 1\nwest" },
- *         { "id": "0x00000012", "spec": "local", "type": "datetime", "value": "2026-11-23T09:00:00.123Z" }
+ *         { "clock": "local", "id": "0x00000012", "type": "datetime", "value": "2026-11-23T09:00:00.123Z" }
  *     ]
  * }
  * @endcode
  * The types are "bool", "int", "uint", "double", "string", "datetime" and "none" (an invalid
  * value, as a combo box with nothing selected gives; it has no "value"). A date-time's value is
- * the instant in UTC (null for an invalid one); its "spec" is "local", "utc", "offset" (with
+ * the instant in UTC (null for an invalid one); its "clock" is "local", "utc", "offset" (with
  * "offset" in seconds east of UTC) or "zone" (with the IANA id in "zone").
  */
 
@@ -47,7 +47,8 @@ namespace qz::gui {
  * Every value comes back from load_parameters() exactly: a bool, an int, a uint, a double to the
  * bit (those that JSON numbers cannot carry, such as -0.0, infinities and NaNs, are written as a
  * string of their 64 bits in hexadecimal), a QString of any content, a QDateTime to the
- * millisecond with its time spec, offset or time zone (years 1 to 9999), and an invalid QVariant.
+ * millisecond with its clock (local time, UTC, an offset or a time zone) (years 1 to 9999), and an invalid
+ * QVariant.
  * @throws std::runtime_error naming the file and the id, for a value of another type, or naming
  *         the file and Qt's reason, when it cannot be written
  * @see load_parameters()

@@ -39,7 +39,7 @@ double double_of(uint64_t bits)
 }
 
 // Exactly the same value: the same type, a double to the bit, a date-time with the same instant,
-// time spec, offset and zone.
+// clock (local time, UTC, offset or zone), offset and zone.
 QString difference(const QVariant& a, const QVariant& b)
 {
     if (a.userType() != b.userType())
@@ -190,7 +190,7 @@ private slots:
             QDateTime(QDate(1970, 1, 1), QTime(0, 0), Qt::OffsetFromUTC, -(9 * 3600 + 30 * 60 + 7)));
         QTest::newRow("zone") << QVariant(QDateTime(QDate(2026, 10, 25), QTime(2, 30, 0, 500),
                                                     QTimeZone(QByteArrayLiteral("Europe/Berlin"))));
-        // A zone whose id is also a spec's name in other spellings.
+        // A zone whose id is also a clock's name in other spellings.
         QTest::newRow("zone UTC") << QVariant(
             QDateTime(QDate(2026, 1, 1), QTime(0, 0), QTimeZone(QByteArrayLiteral("UTC"))));
         QTest::newRow("year 1") << QVariant(QDateTime(QDate(1, 1, 1), QTime(0, 0, 0, 1), Qt::UTC));
@@ -300,7 +300,7 @@ private slots:
         QCOMPARE(
             entry(2),
             QByteArray(
-                R"({"id":"0x00000012","spec":"utc","type":"datetime","value":"2026-11-23T09:00:00.123Z"})"));
+                R"({"clock":"utc","id":"0x00000012","type":"datetime","value":"2026-11-23T09:00:00.123Z"})"));
         QCOMPARE(entry(3), QByteArray(R"({"id":"0x00000013","type":"none"})"));
         QCOMPARE(entry(4), QByteArray(R"({"id":"0x00000014","type":"double","value":"0x8000000000000000"})"));
     }
@@ -379,21 +379,21 @@ private slots:
         const QString bad_time = QStringLiteral("parameter 1 (id 0x00000001): the value is not a date-time "
                                                 "in UTC such as \"2026-11-23T09:00:00.123Z\"");
         QTest::newRow("datetime text")
-            << entry_file(R"({"id": 1, "type": "datetime", "value": "soon", "spec": "utc"})") << bad_time;
+            << entry_file(R"({"id": 1, "type": "datetime", "value": "soon", "clock": "utc"})") << bad_time;
         QTest::newRow("datetime local text") << entry_file(
-            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123", "spec": "utc"})")
+            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123", "clock": "utc"})")
                                              << bad_time;
-        QTest::newRow("unknown spec")
+        QTest::newRow("unknown clock")
             << entry_file(
-                   R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "UTC"})")
-            << QStringLiteral("parameter 1 (id 0x00000001): the spec \"UTC\" is not \"local\", \"utc\", "
+                   R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "clock": "UTC"})")
+            << QStringLiteral("parameter 1 (id 0x00000001): the clock \"UTC\" is not \"local\", \"utc\", "
                               "\"offset\" or \"zone\"");
         QTest::newRow("unknown zone") << entry_file(
-            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "zone", "zone": "Mars/Olympus"})")
+            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "clock": "zone", "zone": "Mars/Olympus"})")
                                       << QStringLiteral("parameter 1 (id 0x00000001): the zone "
                                                         "\"Mars/Olympus\" is not a known time zone");
         QTest::newRow("offset too far") << entry_file(
-            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "spec": "offset", "offset": 90000})")
+            R"({"id": 1, "type": "datetime", "value": "2026-11-23T09:00:00.123Z", "clock": "offset", "offset": 90000})")
                                         << QStringLiteral("parameter 1 (id 0x00000001): the value is not a "
                                                           "whole number from -86400 to 86400");
     }

@@ -15,8 +15,6 @@
 #include <QModbusTcpClient>
 #include <QSerialPort>
 #include <QTimer>
-#include <QUrl>
-#include <QUrlQuery>
 
 #include <algorithm>
 #include <mutex>
@@ -113,9 +111,8 @@ address_t parse_address(const QString& address)
     if (address.contains(QLatin1Char('?')) && query.isEmpty())
         bad_address(address, QStringLiteral("the settings after \"?\" are missing"));
     QStringList seen;
-    for (const QString& pair : query.split(QLatin1Char('&'), Qt::KeepEmptyParts)) {
-        if (query.isEmpty())
-            break;
+    const QStringList pairs = query.isEmpty() ? QStringList() : query.split(QLatin1Char('&'));
+    for (const QString& pair : pairs) {
         const int equals = pair.indexOf(QLatin1Char('='));
         const QString key = pair.left(equals);
         const QString value = equals < 0 ? QString() : pair.mid(equals + 1);
