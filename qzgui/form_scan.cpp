@@ -42,7 +42,6 @@ form_bindings scan_form(QWidget* root, const char* property)
         return bindings;
     // One walk: the labels' buddies and the bound widgets are gathered together.
     QHash<const QWidget*, QWidget*> labels_by_buddy;
-    QHash<uint32_t, QWidget*> found;
     const QList<QWidget*> widgets = root->findChildren<QWidget*>();
     for (QWidget* widget : widgets) {
         if (auto* label = qobject_cast<QLabel*>(widget); label && label->buddy())
@@ -60,15 +59,17 @@ form_bindings scan_form(QWidget* root, const char* property)
             refuse(widget,
                    QStringLiteral("carries %1 %2, but widgets of its class cannot be bound")
                        .arg(QLatin1String(property), parameter_id_text(*id)));
-        if (QWidget* other = found.value(*id, nullptr))
+        if (const auto other = bindings.widgets.constFind(*id); other != bindings.widgets.cend())
             refuse(widget,
                    QStringLiteral("carries %1 %2, which %3 carries as well")
-                       .arg(QLatin1String(property), parameter_id_text(*id), describe(other)));
-        found.insert(*id, widget);
+                       .arg(QLatin1String(property), parameter_id_text(*id),
+                            describe(static_cast<const QWidget*>(other->second))));
         bindings.widgets.insert(*id, qMakePair(*kind, static_cast<QObject*>(widget)));
     }
-    for (auto it = found.cbegin(); it != found.cend(); ++it)
-        bindings.hints.insert(it.key(), labels_by_buddy.value(it.value(), it.value()));
+    for (auto it = bindings.widgets.cbegin(); it != bindings.widgets.cend(); ++it) {
+        auto* widget = static_cast<QWidget*>(it->second);
+        bindings.hints.insert(bindings.hints.cend(), it.key(), labels_by_buddy.value(widget, widget));
+    }
     return bindings;
 }
 
