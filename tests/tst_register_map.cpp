@@ -129,6 +129,9 @@ private slots:
             << "parameter 1 (id 0x0010): it reaches past address 65535";
         QTest::newRow("string without size") << one(R"("table": "holding", "address": 0, "type": "string")")
                                              << "parameter 1 (id 0x0010): a string needs \"registers\"";
+        QTest::newRow("string longer than one write")
+            << one(R"("table": "holding", "address": 0, "type": "string", "registers": 124)")
+            << "parameter 1 (id 0x0010): a string needs \"registers\", a whole number from 1 to 123";
         QTest::newRow("registers for a number")
             << one(R"("table": "holding", "address": 0, "type": "uint16", "registers": 2)")
             << "parameter 1 (id 0x0010): \"registers\" is for strings only";

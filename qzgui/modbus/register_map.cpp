@@ -22,6 +22,7 @@ namespace qz::modbus {
 namespace {
 
 constexpr int map_version = 1;
+constexpr int max_string_registers = 123;
 constexpr qint64 max_file_size = 16 * 1024 * 1024; // 65,536 registers of four tables fit many times
 constexpr int max_address = 65535;
 
@@ -311,8 +312,9 @@ struct loader {
         const QJsonValue registers = o.value(QLatin1String("registers"));
         if (e.type == type_string) {
             const double n = registers.toDouble(0);
-            if (!registers.isDouble() || std::floor(n) != n || n < 1 || n > max_address + 1)
-                fault(QStringLiteral("a string needs \"registers\", a whole number from 1 to 65536"));
+            // One write request carries at most 123 registers: a string is written whole or not at all.
+            if (!registers.isDouble() || std::floor(n) != n || n < 1 || n > max_string_registers)
+                fault(QStringLiteral("a string needs \"registers\", a whole number from 1 to 123"));
             e.size = int(n);
         } else if (!registers.isUndefined()) {
             fault(QStringLiteral("\"registers\" is for strings only"));

@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "qzgui/modbus/modbus_worker.h"
+
+#include "qzgui/modbus/modbus_module.h"
+
+#include "qzgui/parameter_id.h"
+
+#include <module_api/media_exception.h>
+#include <module_api/proto_exception.h>
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+#include <functional>
+
+namespace qz::modbus {
+
+using qz::api::proto::error_descriptor;
+using qz::api::proto::media_exception;
+using qz::api::proto::proto_exception;
+
+namespace {
+
+// The most one read request may ask for.
+constexpr int max_read_registers = 125;
+constexpr int max_read_bits = 2000;
+
+// Consecutive parameters of one table, read by one request.
+struct block_t {
+    table_e table = holding;
+    uint16_t start = 0;
+    int count = 0;
+    QVector<const register_entry_t*> entries;
+    int first_request = 0; // where the request first names one of them
+};
+
+// Runs @p fn; a failure it throws comes back as its descriptor. @p exception_reply tells whether
+// the device answered with a Modbus exception, a reply about the request rather than the link.
+std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool* exception_reply = nullptr)
+{
+    try {
+        fn();
+        return std::nullopt;
+    } catch (const proto_exception& e) {
+        if (exception_reply)
+            *exception_reply = e.get_type() != proto_exception::invalid_result;
+        return error_descriptor(nullptr, &e, nullptr);
+    } catch (const media_exception& e) {
+        return error_descriptor(&e, nullptr, nullptr);
+    } catch (const std::exception& e) {
+        return error_descriptor(nullptr, nullptr, &e);
+    }
+}
+
+[[noreturn]] void refuse(const register_entry_t& entry, const QString& fault)
+{
+    const QString name = entry.name.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(entry.name);
+    throw proto_exception(proto_exception::parameter_error,
+                          QStringLiteral("parameter %1%2: %3")
+                              .arg(qz::gui::parameter_id_text(entry.id), name, fault)
+                              .toStdString());
+}
+
+// Groups @p entries into blocks, each as large as one request allows, in the order the request
+// first needs them.
+QVector<block_t> plan_blocks(QVector<const register_entry_t*> entries, const QHash<uint32_t, int>& first_request)
+{
+    std::sort(entries.begin(), entries.end(), [](const register_entry_t* a, const register_entry_t* b) {
+        return std::make_pair(a->table, a->address) < std::make_pair(b->table, b->address);
+    });
+    QVector<block_t> blocks;
+    for (const register_entry_t* e : entries) {
+        const int limit = e->is_bit() ? max_read_bits : max_read_registers;
+        block_t* last = blocks.isEmpty() ? nullptr : &blocks.last();
+        if (!last || last->table != e->table || int(last->start) + last->count != int(e->address)
+            || last->count + e->size > limit) {
+            blocks.append(block_t{e->table, e->address, 0, {}, first_request.value(e->id)});
+            last = &blocks.last();
+        }
+        last->count += e->size;
+        last->entries.append(e);
+        last->first_request = std::min(last->first_request, first_request.value(e->id));
+    }
+    std::stable_sort(blocks.begin(), blocks.end(),
+                     [](const block_t& a, const block_t& b) { return a.first_request < b.first_request; });
+    return blocks;
+}
+
+} // namespace
+
+// What reading one id gave: a value or a failure, once it is known.
+struct modbus_worker::outcome_t {
+    bool known = false;
+    QVariant value;
+    std::optional<error_descriptor> error;
+};
+
+modbus_worker::modbus_worker(QObject* parent, modbus_module* module, const register_map& map)
+    : sat_worker(parent, module)
+    , _modbus(module)
+    , _map(map)
+{}
+
+const register_map& modbus_worker::map() const
+{
+    return _map;
+}
+
+const register_entry_t& modbus_worker::_entry(uint32_t id) const
+{
+    const register_entry_t* entry = _map.find(id);
+    if (!entry)
+        throw proto_exception(proto_exception::parameter_error,
+                              QStringLiteral("parameter %1: not in the register map")
+                                  .arg(qz::gui::parameter_id_text(id))
+                                  .toStdString());
+    return *entry;
+}
+
+QVariant modbus_worker::_read_entry(const register_entry_t& entry)
+{
+    return entry.decode(_modbus->read(entry.table, entry.address, entry.size));
+}
+
+void modbus_worker::_get_param(uint32_t id)
+{
+    _cache_parameter_and_emit_signal(id, _read_entry(_entry(id)));
+}
+
+void modbus_worker::_set_param(uint32_t id, const QVariant& value)
+{
+    const register_entry_t& entry = _entry(id);
+    if (entry.read_only)
+        refuse(entry, QStringLiteral("read-only"));
+    const std::optional<QVector<uint16_t>> words = entry.encode(value);
+    if (!words)
+        refuse(entry, QStringLiteral("the value %1 does not fit").arg(value.toString()));
+    _modbus->write(entry.table, entry.address, *words);
+    // The device holds the encoded value: a scaled one may have been rounded.
+    const QVariant written = entry.decode(*words);
+    _cache_parameter_and_emit_signal(id, written, false);
+    emit on_set_param(id, written);
+}
+
+void modbus_worker::_get_params(const QVector<uint32_t>& params)
+{
+    _set_module_config();
+    _connect_exec_disconnect(op_read, [&] { _read_sweep(params); });
+}
+
+void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
+{
+    QHash<uint32_t, outcome_t> outcomes;
+    QHash<uint32_t, int> first_request;
+    QVector<const register_entry_t*> wanted;
+    for (int i = 0; i < params.size(); ++i) {
+        const uint32_t id = params[i];
+        if (outcomes.contains(id) || first_request.contains(id))
+            continue;
+        if (const register_entry_t* entry = _map.find(id)) {
+            first_request.insert(id, i);
+            wanted.append(entry);
+        } else {
+            outcomes.insert(id, {true, {}, failure_of([&] { _entry(id); })});
+        }
+    }
+
+    // Reports, in request order, every id whose outcome is known up to the first that is not.
+    int next = 0;
+    const auto report = [&](bool skip_unknown) {
+        for (; next < params.size(); ++next) {
+            const uint32_t id = params[next];
+            const outcome_t outcome = outcomes.value(id);
+            if (!outcome.known && !skip_unknown)
+                return;
+            if (outcome.error)
+                emit on_get_param_request_error(id, *outcome.error);
+            else if (outcome.known)
+                _cache_parameter_and_emit_signal(id, outcome.value);
+        }
+    };
+    const auto read_alone = [&](const register_entry_t* e) {
+        outcome_t& outcome = outcomes[e->id];
+        outcome.known = true;
+        outcome.error = failure_of([&] { outcome.value = _read_entry(*e); });
+    };
+
+    report(false);
+    for (const block_t& block : plan_blocks(wanted, first_request)) {
+        if (!running)
+            break;
+        QVector<uint16_t> words;
+        bool exception_reply = false;
+        const std::optional<error_descriptor> error =
+            failure_of([&] { words = _modbus->read(block.table, block.start, block.count); }, &exception_reply);
+        if (error && exception_reply && block.entries.size() > 1) {
+            // One parameter may be the cause: each of the others still gets its value.
+            for (const register_entry_t* e : block.entries) {
+                if (!running)
+                    break;
+                read_alone(e);
+            }
+        } else {
+            for (const register_entry_t* e : block.entries) {
+                const QVector<uint16_t> own = error ? QVector<uint16_t>() : words.mid(e->address - block.start, e->size);
+                outcomes.insert(e->id, {true, error ? QVariant() : e->decode(own), error});
+            }
+        }
+        report(false);
+    }
+    // Stopped: what was read is still reported, in request order.
+    report(true);
+}
+
+} // namespace qz::modbus
