@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// qzparam: reads and writes the parameters of a Modbus device from the command line, through the
+// same worker a qzgui application uses.
+#include "../common/quit_signal.h"
+
+#include "qzgui/parameter_id.h"
+
+#include <qzgui/modbus/modbus_module.h>
+#include <qzgui/modbus/modbus_worker.h>
+#include <qzgui/modbus/register_map.h>
+#include <qzgui/resource_manager.h>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QLocale>
+#include <QThread>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+namespace {
+
+enum exit_e : int { all_done = 0, some_failed = 1, bad_input = 2, no_connection = 3 };
+
+void print(std::FILE* stream, const QString& line)
+{
+    std::fputs(qUtf8Printable(line + QLatin1Char('\n')), stream);
+    std::fflush(stream);
+}
+
+[[noreturn]] void bad_argument(const QString& text)
+{
+    print(stderr, QStringLiteral("qzparam: %1").arg(text));
+    std::exit(bad_input);
+}
+
+QString id_text(uint32_t id)
+{
+    return QLatin1String("0x") + QString::number(id, 16).toUpper().rightJustified(4, QLatin1Char('0'));
+}
+
+// Numbers in the C locale; a double in the shortest form that reads back as the same double.
+QString value_text(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::Bool:
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case QMetaType::Double:
+        return QLocale::c().toString(value.toDouble(), 'g', QLocale::FloatingPointShortest);
+    default:
+        return value.toString();
+    }
+}
+
+// The worker with the settings this run was given on the command line laid over the stored ones.
+class run_worker : public qz::modbus::modbus_worker {
+public:
+    using modbus_worker::modbus_worker;
+    std::optional<int> timeout_ms;
+    std::optional<int> repeats;
+
+protected:
+    void _set_module_config() override
+    {
+        modbus_worker::_set_module_config();
+        if (timeout_ms)
+            command_config.timeout_s = command_config.timeout_m = command_config.timeout_l = *timeout_ms;
+        if (repeats)
+            command_config.repeats_s = command_config.repeats_m = *repeats;
+        module->set_config(command_config);
+    }
+};
+
+int whole_number(const QString& option, const QString& text, int low, int high)
+{
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    if (!ok || value < low || value > high)
+        bad_argument(QStringLiteral("--%1 takes a whole number from %2 to %3").arg(option).arg(low).arg(high));
+    return value;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("qzgui"));
+    QCoreApplication::setApplicationName(QStringLiteral("qzparam"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Reads or writes parameters of a Modbus device.\n"
+        "  qzparam --device ADDRESS --map MAP.json read [ID...]\n"
+        "  qzparam --device ADDRESS --map MAP.json write ID=VALUE...\n"
+        "Exit status: 0 all succeeded, 1 an id failed, 2 a bad argument, map or value, "
+        "3 no connection."));
+    parser.addHelpOption();
+    const QCommandLineOption device(QStringLiteral("device"),
+                                    QStringLiteral("tcp://HOST:PORT or rtu:DEVICE?baud=..&parity=..&data=..&stop=.."
+                                                   ", either with unit=N."),
+                                    QStringLiteral("address"));
+    const QCommandLineOption map_option(QStringLiteral("map"), QStringLiteral("The register map."),
+                                        QStringLiteral("file"));
+    const QCommandLineOption timeout(QStringLiteral("timeout"),
+                                     QStringLiteral("Time-out of connecting, reads and writes, for this run."),
+                                     QStringLiteral("ms"));
+    const QCommandLineOption repeats(QStringLiteral("repeats"), QStringLiteral("Repeats of reads and writes, for this run."),
+                                     QStringLiteral("n"));
+    const QCommandLineOption verbose(QStringLiteral("verbose"), QStringLiteral("Add the details to each failure."));
+    parser.addOptions({device, map_option, timeout, repeats, verbose});
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("read or write"));
+    parser.process(app);
+
+    QStringList words = parser.positionalArguments();
+    const QString command = words.isEmpty() ? QString() : words.takeFirst();
+    if (command != QLatin1String("read") && command != QLatin1String("write"))
+        bad_argument(QStringLiteral("the command is read or write"));
+    if (!parser.isSet(device) || !parser.isSet(map_option))
+        bad_argument(QStringLiteral("--device and --map are needed"));
+    if (command == QLatin1String("write") && words.isEmpty())
+        bad_argument(QStringLiteral("write needs ID=VALUE"));
+
+    qz::modbus::register_map map;
+    std::unique_ptr<qz::modbus::modbus_module> module;
+    try {
+        map = qz::modbus::register_map::load(parser.value(map_option));
+        module = std::make_unique<qz::modbus::modbus_module>(parser.value(device));
+    } catch (const std::exception& e) {
+        bad_argument(QString::fromUtf8(e.what()));
+    }
+    const auto known_id = [&](const QString& text) {
+        const std::optional<uint32_t> id = qz::gui::parse_parameter_id_text(text);
+        if (!id || !map.find(*id))
+            bad_argument(QStringLiteral("%1 is not an id of %2").arg(text, parser.value(map_option)));
+        return *id;
+    };
+    QVector<uint32_t> reads;
+    QVector<QPair<uint32_t, QVariant>> writes;
+    for (const QString& word : words) {
+        if (command == QLatin1String("read")) {
+            reads.append(known_id(word));
+            continue;
+        }
+        const int equals = word.indexOf(QLatin1Char('='));
+        if (equals < 0)
+            bad_argument(QStringLiteral("\"%1\" is not ID=VALUE").arg(word));
+        const uint32_t id = known_id(word.left(equals));
+        const std::optional<QVariant> value = map.find(id)->parse(word.mid(equals + 1));
+        if (!value)
+            bad_argument(QStringLiteral("\"%1\" is not a value of %2").arg(word.mid(equals + 1), id_text(id)));
+        writes.append({id, *value});
+    }
+    if (command == QLatin1String("read") && reads.isEmpty())
+        reads = map.ids();
+
+    qz::gui::register_meta_types();
+    qz::gui::resource_manager texts;
+    texts.set_verbose_level(parser.isSet(verbose) ? 5 : 0);
+    using worker_t = qz::gui::sat_worker;
+    QThread thread;
+    auto* worker = new run_worker(nullptr, module.get(), map);
+    if (parser.isSet(timeout))
+        worker->timeout_ms = whole_number(timeout.names().first(), parser.value(timeout), 10, 3600000);
+    if (parser.isSet(repeats))
+        worker->repeats = whole_number(repeats.names().first(), parser.value(repeats), 0, 100);
+    worker->moveToThread(&thread);
+    QObject::connect(&thread, &QThread::finished, worker, &QObject::deleteLater);
+
+    int status = all_done;
+    bool connected = false;
+    bool stopped = false;
+    const auto failed = [&](uint32_t id, const qz::gui::error_descriptor& err) {
+        print(stderr, QStringLiteral("%1: %2").arg(id_text(id), texts.get_error_descriptor_string(err)));
+        status = some_failed;
+    };
+    const auto value = [&](uint32_t id, const QVariant& v) { print(stdout, id_text(id) + QLatin1String(" = ") + value_text(v)); };
+    QObject::connect(worker, &worker_t::on_get_param, &app, value);
+    QObject::connect(worker, &worker_t::on_set_param, &app, value);
+    QObject::connect(worker, &worker_t::on_get_param_request_error, &app, failed);
+    QObject::connect(worker, &worker_t::on_set_param_request_error, &app, failed);
+    QObject::connect(worker, &worker_t::on_connection_state, &app, [&](worker_t::connection_state_e state) {
+        connected = connected || state == worker_t::state_connected;
+    });
+    QObject::connect(worker, &worker_t::on_connection_error, &app, [&](const qz::gui::error_descriptor& err) {
+        print(stderr, QStringLiteral("qzparam: %1: %2").arg(parser.value(device), texts.get_error_descriptor_string(err)));
+        status = connected ? some_failed : no_connection;
+    });
+    QObject::connect(worker, &worker_t::on_operation_error, &app,
+                     [&](worker_t::operation_type_e, const qz::gui::error_descriptor& err) {
+                         print(stderr, QStringLiteral("qzparam: %1").arg(texts.get_error_descriptor_string(err)));
+                         status = some_failed;
+                     });
+    QObject::connect(worker, &worker_t::on_operation_control, &app,
+                     [&](worker_t::operation_type_e, worker_t::operation_status_e phase) {
+                         if (phase == worker_t::status_end)
+                             QCoreApplication::quit();
+                     });
+    qz::tools::on_quit_signal(&app, [&] {
+        stopped = true;
+        worker->stop();
+    });
+
+    thread.start();
+    if (command == QLatin1String("read"))
+        emit worker->get_params(reads);
+    else
+        emit worker->set_params(writes);
+    app.exec();
+    thread.quit();
+    thread.wait();
+    module.reset();
+    if (stopped) {
+        print(stderr, QStringLiteral("qzparam: stopped"));
+        return some_failed;
+    }
+    return status;
+}
