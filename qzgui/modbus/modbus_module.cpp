@@ -74,6 +74,12 @@ QByteArray raw_bytes(const QModbusPdu& pdu)
     return bytes;
 }
 
+[[noreturn]] void malformed(const QString& place, const QString& qt_text)
+{
+    throw proto_exception(proto_exception::invalid_result,
+                          QStringLiteral("%1: malformed reply (%2)").arg(place, qt_text).toStdString());
+}
+
 QString exception_name(QModbusPdu::ExceptionCode code)
 {
     switch (code) {
@@ -187,9 +193,7 @@ struct modbus_module::private_t {
             const bool is_exception = pdu.size() >= 2 && (uint8_t(pdu[0]) & QModbusPdu::ExceptionByte);
             const auto code = QModbusPdu::ExceptionCode(is_exception ? uint8_t(pdu[1]) : 0);
             if (!is_exception)
-                throw proto_exception(
-                    proto_exception::invalid_result,
-                    QStringLiteral("%1: malformed reply (%2)").arg(place, qt_text).toStdString());
+                malformed(place, qt_text);
             proto_exception::exception_type_e kind = proto_exception::general_error;
             if (code == QModbusPdu::IllegalFunction)
                 kind = proto_exception::response_error;
@@ -204,6 +208,9 @@ struct modbus_module::private_t {
                                       .arg(exception_name(code))
                                       .toStdString());
         }
+        case QModbusDevice::UnknownError:
+            // Qt's word for a reply that arrived but does not decode as an answer to the request.
+            malformed(place, qt_text);
         case QModbusDevice::ConnectionError:
         case QModbusDevice::ReplyAbortedError:
             throw media_exception(

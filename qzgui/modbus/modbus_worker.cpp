@@ -64,7 +64,8 @@ std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool
 
 // Groups @p entries into blocks, each as large as one request allows, in the order the request
 // first needs them.
-QVector<block_t> plan_blocks(QVector<const register_entry_t*> entries, const QHash<uint32_t, int>& first_request)
+QVector<block_t> plan_blocks(QVector<const register_entry_t*> entries,
+                             const QHash<uint32_t, int>& first_request)
 {
     std::sort(entries.begin(), entries.end(), [](const register_entry_t* a, const register_entry_t* b) {
         return std::make_pair(a->table, a->address) < std::make_pair(b->table, b->address);
@@ -192,8 +193,8 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             break;
         QVector<uint16_t> words;
         bool exception_reply = false;
-        const std::optional<error_descriptor> error =
-            failure_of([&] { words = _modbus->read(block.table, block.start, block.count); }, &exception_reply);
+        const std::optional<error_descriptor> error = failure_of(
+            [&] { words = _modbus->read(block.table, block.start, block.count); }, &exception_reply);
         if (error && exception_reply && block.entries.size() > 1) {
             // One parameter may be the cause: each of the others still gets its value.
             for (const register_entry_t* e : block.entries) {
@@ -203,7 +204,8 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             }
         } else {
             for (const register_entry_t* e : block.entries) {
-                const QVector<uint16_t> own = error ? QVector<uint16_t>() : words.mid(e->address - block.start, e->size);
+                const QVector<uint16_t> own =
+                    error ? QVector<uint16_t>() : words.mid(e->address - block.start, e->size);
                 outcomes.insert(e->id, {true, error ? QVariant() : e->decode(own), error});
             }
         }

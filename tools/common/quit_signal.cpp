@@ -28,8 +28,7 @@ void on_quit_signal(QObject* context, std::function<void()> fn)
     auto* notifier = new QSocketNotifier(pipe_ends[0], QSocketNotifier::Read, context);
     QObject::connect(notifier, &QSocketNotifier::activated, context, [fn = std::move(fn)] {
         char bytes[16];
-        while (::read(pipe_ends[0], bytes, sizeof bytes) > 0) {
-        }
+        while (::read(pipe_ends[0], bytes, sizeof bytes) > 0) {}
         fn();
     });
     struct sigaction action = {};

@@ -85,8 +85,9 @@ QString device_server::listen(const qz::modbus::address_t& address)
         if (!_tcp->listen(host, quint16(address.port)))
             return _tcp->errorString();
         _where = QStringLiteral("tcp://%1:%2?unit=%3")
-                     .arg(host.protocol() == QAbstractSocket::IPv6Protocol ? QLatin1Char('[') + address.host + QLatin1Char(']')
-                                                                           : address.host)
+                     .arg(host.protocol() == QAbstractSocket::IPv6Protocol
+                              ? QLatin1Char('[') + address.host + QLatin1Char(']')
+                              : address.host)
                      .arg(_tcp->serverPort())
                      .arg(_unit);
         connect(_tcp, &QTcpServer::newConnection, this, [this] {
@@ -94,7 +95,8 @@ QString device_server::listen(const qz::modbus::address_t& address)
                 auto* buffer = new QByteArray;
                 connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
                 connect(socket, &QObject::destroyed, this, [buffer] { delete buffer; });
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket, buffer] { _serve_tcp(socket, buffer); });
+                connect(socket, &QTcpSocket::readyRead, this,
+                        [this, socket, buffer] { _serve_tcp(socket, buffer); });
             }
         });
         return {};

@@ -47,7 +47,8 @@ private:
     void _serve_tcp(QIODevice* socket, QByteArray* buffer);
     void _serve_rtu();
     void _answer_rtu(const QByteArray& frame);
-    void _answer(QIODevice* device, int unit, const QByteArray& pdu, const std::function<QByteArray(const QByteArray&)>& frame);
+    void _answer(QIODevice* device, int unit, const QByteArray& pdu,
+                 const std::function<QByteArray(const QByteArray&)>& frame);
 
     device_store* _store;
     std::function<void(const QString&)> _log;

@@ -29,9 +29,9 @@ public:
 
     /// The answer to one request.
     struct answer_t {
-        QByteArray pdu;    ///< function code first; empty: no answer at all
-        int delay_ms = 0;  ///< how long to hold the answer back
-        QString log;       ///< one line describing the request and the answer
+        QByteArray pdu;   ///< function code first; empty: no answer at all
+        int delay_ms = 0; ///< how long to hold the answer back
+        QString log;      ///< one line describing the request and the answer
     };
 
     explicit device_store(const qz::modbus::register_map& map);

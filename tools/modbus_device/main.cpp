@@ -42,17 +42,21 @@ int main(int argc, char** argv)
         "Serves the parameters of a register map, with their initial values, as a Modbus device.\n"
         "Logs each request on standard output; stops on SIGINT or SIGTERM."));
     parser.addHelpOption();
-    const QCommandLineOption listen(QStringLiteral("listen"),
-                                    QStringLiteral("tcp://HOST:PORT (port 0 picks one) or rtu:DEVICE?baud=..; "
-                                                   "unit=N sets the unit served (1)."),
-                                    QStringLiteral("address"));
-    const QCommandLineOption map(QStringLiteral("map"), QStringLiteral("The register map."), QStringLiteral("file"));
-    const QCommandLineOption exception(QStringLiteral("exception"),
-                                       QStringLiteral("Answer requests touching ADDRESS with exception CODE."),
-                                       QStringLiteral("table:address=code"));
-    const QCommandLineOption delay(QStringLiteral("delay"), QStringLiteral("Answer requests touching ADDRESS after MS."),
+    const QCommandLineOption listen(
+        QStringLiteral("listen"),
+        QStringLiteral("tcp://HOST:PORT (port 0 picks one) or rtu:DEVICE?baud=..; "
+                       "unit=N sets the unit served (1)."),
+        QStringLiteral("address"));
+    const QCommandLineOption map(QStringLiteral("map"), QStringLiteral("The register map."),
+                                 QStringLiteral("file"));
+    const QCommandLineOption exception(
+        QStringLiteral("exception"), QStringLiteral("Answer requests touching ADDRESS with exception CODE."),
+        QStringLiteral("table:address=code"));
+    const QCommandLineOption delay(QStringLiteral("delay"),
+                                   QStringLiteral("Answer requests touching ADDRESS after MS."),
                                    QStringLiteral("table:address=ms"));
-    const QCommandLineOption silent(QStringLiteral("silent"), QStringLiteral("Never answer requests touching ADDRESS."),
+    const QCommandLineOption silent(QStringLiteral("silent"),
+                                    QStringLiteral("Never answer requests touching ADDRESS."),
                                     QStringLiteral("table:address"));
     const QCommandLineOption garble(QStringLiteral("garble"),
                                     QStringLiteral("Answer reads touching ADDRESS with one value too few."),
@@ -73,10 +77,11 @@ int main(int argc, char** argv)
         bad_argument(QString::fromUtf8(e.what()));
     }
     using store_t = qz::tools::device_store;
-    const std::pair<const QCommandLineOption*, store_t::fault_e> faults[] = {{&exception, store_t::fault_exception},
-                                                                            {&delay, store_t::fault_delay},
-                                                                            {&silent, store_t::fault_silent},
-                                                                            {&garble, store_t::fault_garble}};
+    const std::pair<const QCommandLineOption*, store_t::fault_e> faults[] = {
+        {&exception, store_t::fault_exception},
+        {&delay, store_t::fault_delay},
+        {&silent, store_t::fault_silent},
+        {&garble, store_t::fault_garble}};
     for (const auto& [option, kind] : faults)
         for (const QString& text : parser.values(*option))
             if (const QString fault = store->add_fault(kind, text); !fault.isEmpty())
@@ -84,7 +89,8 @@ int main(int argc, char** argv)
 
     qz::tools::device_server server(store.get(), [](const QString& line) { print(stdout, line); });
     if (const QString fault = server.listen(address); !fault.isEmpty()) {
-        print(stderr, QStringLiteral("qz-modbus-device: cannot serve %1: %2").arg(parser.value(listen), fault));
+        print(stderr,
+              QStringLiteral("qz-modbus-device: cannot serve %1: %2").arg(parser.value(listen), fault));
         return 1;
     }
     qz::tools::on_quit_signal(&app, [] {

@@ -77,7 +77,8 @@ int whole_number(const QString& option, const QString& text, int low, int high)
     bool ok = false;
     const int value = text.toInt(&ok);
     if (!ok || value < low || value > high)
-        bad_argument(QStringLiteral("--%1 takes a whole number from %2 to %3").arg(option).arg(low).arg(high));
+        bad_argument(
+            QStringLiteral("--%1 takes a whole number from %2 to %3").arg(option).arg(low).arg(high));
     return value;
 }
 
@@ -89,25 +90,28 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("qzgui"));
     QCoreApplication::setApplicationName(QStringLiteral("qzparam"));
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Reads or writes parameters of a Modbus device.\n"
-        "  qzparam --device ADDRESS --map MAP.json read [ID...]\n"
-        "  qzparam --device ADDRESS --map MAP.json write ID=VALUE...\n"
-        "Exit status: 0 all succeeded, 1 an id failed, 2 a bad argument, map or value, "
-        "3 no connection."));
+    parser.setApplicationDescription(
+        QStringLiteral("Reads or writes parameters of a Modbus device.\n"
+                       "  qzparam --device ADDRESS --map MAP.json read [ID...]\n"
+                       "  qzparam --device ADDRESS --map MAP.json write ID=VALUE...\n"
+                       "Exit status: 0 all succeeded, 1 an id failed, 2 a bad argument, map or value, "
+                       "3 no connection."));
     parser.addHelpOption();
-    const QCommandLineOption device(QStringLiteral("device"),
-                                    QStringLiteral("tcp://HOST:PORT or rtu:DEVICE?baud=..&parity=..&data=..&stop=.."
-                                                   ", either with unit=N."),
-                                    QStringLiteral("address"));
+    const QCommandLineOption device(
+        QStringLiteral("device"),
+        QStringLiteral("tcp://HOST:PORT or rtu:DEVICE?baud=..&parity=..&data=..&stop=.."
+                       ", either with unit=N."),
+        QStringLiteral("address"));
     const QCommandLineOption map_option(QStringLiteral("map"), QStringLiteral("The register map."),
                                         QStringLiteral("file"));
-    const QCommandLineOption timeout(QStringLiteral("timeout"),
-                                     QStringLiteral("Time-out of connecting, reads and writes, for this run."),
-                                     QStringLiteral("ms"));
-    const QCommandLineOption repeats(QStringLiteral("repeats"), QStringLiteral("Repeats of reads and writes, for this run."),
+    const QCommandLineOption timeout(
+        QStringLiteral("timeout"), QStringLiteral("Time-out of connecting, reads and writes, for this run."),
+        QStringLiteral("ms"));
+    const QCommandLineOption repeats(QStringLiteral("repeats"),
+                                     QStringLiteral("Repeats of reads and writes, for this run."),
                                      QStringLiteral("n"));
-    const QCommandLineOption verbose(QStringLiteral("verbose"), QStringLiteral("Add the details to each failure."));
+    const QCommandLineOption verbose(QStringLiteral("verbose"),
+                                     QStringLiteral("Add the details to each failure."));
     parser.addOptions({device, map_option, timeout, repeats, verbose});
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("read or write"));
     parser.process(app);
@@ -148,7 +152,8 @@ int main(int argc, char** argv)
         const uint32_t id = known_id(word.left(equals));
         const std::optional<QVariant> value = map.find(id)->parse(word.mid(equals + 1));
         if (!value)
-            bad_argument(QStringLiteral("\"%1\" is not a value of %2").arg(word.mid(equals + 1), id_text(id)));
+            bad_argument(
+                QStringLiteral("\"%1\" is not a value of %2").arg(word.mid(equals + 1), id_text(id)));
         writes.append({id, *value});
     }
     if (command == QLatin1String("read") && reads.isEmpty())
@@ -174,7 +179,9 @@ int main(int argc, char** argv)
         print(stderr, QStringLiteral("%1: %2").arg(id_text(id), texts.get_error_descriptor_string(err)));
         status = some_failed;
     };
-    const auto value = [&](uint32_t id, const QVariant& v) { print(stdout, id_text(id) + QLatin1String(" = ") + value_text(v)); };
+    const auto value = [&](uint32_t id, const QVariant& v) {
+        print(stdout, id_text(id) + QLatin1String(" = ") + value_text(v));
+    };
     QObject::connect(worker, &worker_t::on_get_param, &app, value);
     QObject::connect(worker, &worker_t::on_set_param, &app, value);
     QObject::connect(worker, &worker_t::on_get_param_request_error, &app, failed);
@@ -183,12 +190,15 @@ int main(int argc, char** argv)
         connected = connected || state == worker_t::state_connected;
     });
     QObject::connect(worker, &worker_t::on_connection_error, &app, [&](const qz::gui::error_descriptor& err) {
-        print(stderr, QStringLiteral("qzparam: %1: %2").arg(parser.value(device), texts.get_error_descriptor_string(err)));
+        print(stderr,
+              QStringLiteral("qzparam: %1: %2")
+                  .arg(parser.value(device), texts.get_error_descriptor_string(err)));
         status = connected ? some_failed : no_connection;
     });
     QObject::connect(worker, &worker_t::on_operation_error, &app,
                      [&](worker_t::operation_type_e, const qz::gui::error_descriptor& err) {
-                         print(stderr, QStringLiteral("qzparam: %1").arg(texts.get_error_descriptor_string(err)));
+                         print(stderr,
+                               QStringLiteral("qzparam: %1").arg(texts.get_error_descriptor_string(err)));
                          status = some_failed;
                      });
     QObject::connect(worker, &worker_t::on_operation_control, &app,
