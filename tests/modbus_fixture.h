@@ -50,7 +50,8 @@ public:
                const QStringList& options = {})
     {
         _process.setProgram(QStringLiteral(QZGUI_MODBUS_DEVICE));
-        _process.setArguments(QStringList{QStringLiteral("--listen"), listen, QStringLiteral("--map"), map} + options);
+        _process.setArguments(QStringList{QStringLiteral("--listen"), listen, QStringLiteral("--map"), map}
+                              + options);
         _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         _process.start();
         if (!_process.waitForStarted(10000))
@@ -132,8 +133,9 @@ public:
         const QString socat = QStandardPaths::findExecutable(QStringLiteral("socat"));
         if (socat.isEmpty())
             return QStringLiteral("socat is not installed (scripts/setup-debian.sh installs it)");
-        _process.start(socat, {QStringLiteral("pty,raw,echo=0,link=") + first(),
-                               QStringLiteral("pty,raw,echo=0,link=") + second()});
+        _process.start(socat,
+                       {QStringLiteral("pty,raw,echo=0,link=") + first(),
+                        QStringLiteral("pty,raw,echo=0,link=") + second()});
         if (!_process.waitForStarted(10000))
             return QStringLiteral("socat did not start: ") + _process.errorString();
         const QDeadlineTimer deadline(20000);

@@ -21,8 +21,8 @@ namespace {
 // The worker's sweeps opened up, so a test thread can run one by a direct call.
 class probe_worker : public qz::modbus::modbus_worker {
 public:
-    using modbus_worker::modbus_worker;
     using modbus_worker::_get_params;
+    using modbus_worker::modbus_worker;
     using sat_worker::_emit_param_value_from_cache;
     using sat_worker::_set_params;
 };
@@ -108,12 +108,14 @@ private slots:
         QVERIFY(run(worker, [&] { worker._get_params(ids); }));
 
         QCOMPARE(kinds_only(log.take()),
-                 framed("read", {"get 19 = true", "get 16 = 12", "get_error 153 proto 5", "get 18 = -1.5",
-                                 "get 20 = pump 1", "get 17 = 50.5", "get 21 = -70000", "get 22 = 7",
-                                 "get 23 = false", "get 16 = 12"}));
+                 framed("read",
+                        {"get 19 = true", "get 16 = 12", "get_error 153 proto 5", "get 18 = -1.5",
+                         "get 20 = pump 1", "get 17 = 50.5", "get 21 = -70000", "get 22 = 7",
+                         "get 23 = false", "get 16 = 12"}));
         // One request per table, in the order the request first needs them; none for the unknown id.
-        QCOMPARE(device.requests(), QStringList({"unit 1: read coil 0 to 1: ok", "unit 1: read holding 0 to 9: ok",
-                                                 "unit 1: read input 0 to 0: ok"}));
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 1: read coil 0 to 1: ok", "unit 1: read holding 0 to 9: ok",
+                              "unit 1: read input 0 to 0: ok"}));
         // Every value read went into the cache.
         QVERIFY(worker._emit_param_value_from_cache(0x15));
         QCOMPARE(log.take(), QStringList{"get 21 = -70000"});
@@ -123,7 +125,8 @@ private slots:
     {
         device_process device;
         const QString map_path = _map_file(qz::test::holding_map(1000));
-        QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), {"--exception", "holding:500=2"}));
+        QVERIFY(
+            device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), {"--exception", "holding:500=2"}));
         qz::modbus::modbus_module module(device.address());
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
@@ -180,8 +183,9 @@ private slots:
         const QString map_path = _map_file(qz::test::holding_map(7));
         // Exception codes 1, 2, 3, 4 and 6, a reply one value short, and an address that answers.
         QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"),
-                             {"--exception", "holding:0=1", "--exception", "holding:1=2", "--exception", "holding:2=3",
-                              "--exception", "holding:3=4", "--exception", "holding:4=6", "--garble", "holding:5"}));
+                             {"--exception", "holding:0=1", "--exception", "holding:1=2", "--exception",
+                              "holding:2=3", "--exception", "holding:3=4", "--exception", "holding:4=6",
+                              "--garble", "holding:5"}));
         qz::modbus::modbus_module module(device.address());
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
@@ -189,15 +193,20 @@ private slots:
         QVERIFY(run(worker, [&] { worker._get_params(map.ids()); }));
         const QStringList lines = log.take();
         QCOMPARE(kinds_only(lines),
-                 framed("read", {"get_error 4096 proto 3", "get_error 4097 proto 5", "get_error 4098 proto 5",
-                                 "get_error 4099 proto 1", "get_error 4100 proto 9", "get_error 4101 proto 4",
-                                 "get 4102 = 6"}));
+                 framed("read",
+                        {"get_error 4096 proto 3", "get_error 4097 proto 5", "get_error 4098 proto 5",
+                         "get_error 4099 proto 1", "get_error 4100 proto 9", "get_error 4101 proto 4",
+                         "get 4102 = 6"}));
         // The messages name the place, the code and Qt's text.
-        QVERIFY2(lines.filter(QStringLiteral(": holding 3 to 3: Modbus exception 0x04 (server device failure)")).size() == 1,
-                 qPrintable(lines.join(QLatin1Char('\n'))));
+        QVERIFY2(
+            lines.filter(QStringLiteral(": holding 3 to 3: Modbus exception 0x04 (server device failure)"))
+                    .size()
+                == 1,
+            qPrintable(lines.join(QLatin1Char('\n'))));
 
         // A unit that is not there does not answer: a time-out.
-        qz::modbus::modbus_module other_unit(device.address().replace(QLatin1String("unit=1"), QLatin1String("unit=7")));
+        qz::modbus::modbus_module other_unit(
+            device.address().replace(QLatin1String("unit=1"), QLatin1String("unit=7")));
         probe_worker stranger(nullptr, &other_unit, map);
         recorder stranger_log(stranger);
         QVERIFY(run(stranger, [&] { stranger._get_params({0x1006}); }));
@@ -215,8 +224,9 @@ private slots:
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map_file(mixed_map)));
         recorder log(worker);
         QVERIFY(run(worker, [&] { worker._get_params({0x10}); }));
-        QCOMPARE(kinds_only(log.take()), QStringList({"begin read", "state connecting", "connection_error media 1",
-                                                      "state disconnected", "state disconnected", "end read"}));
+        QCOMPARE(kinds_only(log.take()),
+                 QStringList({"begin read", "state connecting", "connection_error media 1",
+                              "state disconnected", "state disconnected", "end read"}));
     }
 
     void stop_ends_a_hanging_read_and_the_sweep()
@@ -248,21 +258,23 @@ private slots:
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(map_path));
         recorder log(worker);
         const QVector<QPair<uint32_t, QVariant>> writes{
-            {0x16, 8u},                              // read-only
-            {0x10, 70000u},                          // out of range
-            {0x99, 1},                               // not in the map
-            {0x14, QStringLiteral("too long!")},     // nine characters in four registers
-            {0x12, 1.0},                             // an input register
-            {0x10, 99},                              // an int for a uint16: converts exactly
+            {0x16, 8u},                          // read-only
+            {0x10, 70000u},                      // out of range
+            {0x99, 1},                           // not in the map
+            {0x14, QStringLiteral("too long!")}, // nine characters in four registers
+            {0x12, 1.0},                         // an input register
+            {0x10, 99},                          // an int for a uint16: converts exactly
             {0x13, false},
-            {0x18, 1.26}};                           // scaled: rounded to what the device holds
+            {0x18, 1.26}}; // scaled: rounded to what the device holds
         QVERIFY(run(worker, [&] { worker._set_params(writes); }));
         QCOMPARE(kinds_only(log.take()),
-                 framed("write", {"set_error 22 proto 5", "set_error 16 proto 5", "set_error 153 proto 5",
-                                  "set_error 20 proto 5", "set_error 18 proto 5", "set 16 = 99", "set 19 = false",
-                                  "set 24 = 1.3"}));
-        QCOMPARE(device.requests(), QStringList({"unit 1: write holding 0 to 0: ok", "unit 1: write coil 0 to 0: ok",
-                                                 "unit 1: write holding 20 to 20: ok"}));
+                 framed("write",
+                        {"set_error 22 proto 5", "set_error 16 proto 5", "set_error 153 proto 5",
+                         "set_error 20 proto 5", "set_error 18 proto 5", "set 16 = 99", "set 19 = false",
+                         "set 24 = 1.3"}));
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 1: write holding 0 to 0: ok", "unit 1: write coil 0 to 0: ok",
+                              "unit 1: write holding 20 to 20: ok"}));
         // The cache holds what the device now holds, without a signal at the write.
         QVERIFY(worker._emit_param_value_from_cache(0x18));
         QCOMPARE(log.take(), QStringList{"get 24 = 1.3"});

@@ -209,6 +209,19 @@ private slots:
         QTest::newRow("scaled int16") << QVariant(-12.5) << int(type_int16) << false << 0.5 << words{0xFFE7};
         QTest::newRow("scaled uint32")
             << QVariant(429496729.5) << int(type_uint32) << false << 0.5 << words{0x3333, 0x3333};
+        // A decimal scale gives the decimal value, not the product of two rounded doubles.
+        QTest::newRow("3 x 0.1") << QVariant(0.3) << int(type_uint16) << false << 0.1 << words{3};
+        QTest::newRow("-15 x 0.1") << QVariant(-1.5) << int(type_int16) << false << 0.1 << words{0xFFF1};
+        QTest::newRow("7 x 0.01") << QVariant(0.07) << int(type_int16) << false << 0.01 << words{7};
+        QTest::newRow("12345 x 1e-5")
+            << QVariant(0.12345) << int(type_uint16) << false << 1e-5 << words{12345};
+        QTest::newRow("uint32 max x 0.001")
+            << QVariant(4294967.295) << int(type_uint32) << false << 0.001 << words{0xFFFF, 0xFFFF};
+        QTest::newRow("int32 min x -0.123456789012345")
+            << QVariant(265121435.63859695) << int(type_int32) << false << -0.123456789012345
+            << words{0x8000, 0x0000};
+        QTest::newRow("scaled float32")
+            << QVariant(0.15000000000000002) << int(type_float32) << false << 0.1 << words{0x3FC0, 0x0000};
     }
 
     void values_encode_and_decode()
@@ -226,6 +239,9 @@ private slots:
         const QVariant decoded = e.decode(encoded);
         QCOMPARE(decoded.userType(), value.userType());
         QCOMPARE(decoded, value);
+        // To the bit: QCOMPARE takes doubles that differ in the last place for equal.
+        QVERIFY2(decoded.toDouble() == value.toDouble(),
+                 qPrintable(QString::number(decoded.toDouble(), 'g', 17)));
     }
 
     void strings_take_two_characters_per_register()

@@ -102,6 +102,39 @@ std::optional<QVariant> exact_value(const register_entry_t& entry, double number
     return QVariant(uint(number));
 }
 
+// raw × scale rounded once: the scale taken as the decimal it is written as (0.1 is 1 × 10^-1),
+// the product formed in whole numbers and the decimal result read as the nearest double. So 3 ×
+// 0.1 gives 0.3, where the product of the two doubles gives 0.30000000000000004.
+double scaled(double raw, double scale)
+{
+    if (std::floor(raw) != raw || std::fabs(raw) > 4294967296.0)
+        return raw * scale;
+    const QString text = QString::number(scale, 'e', QLocale::FloatingPointShortest); // "-2.5e-01"
+    const int e = text.indexOf(QLatin1Char('e'));
+    QString digits = text.left(e);
+    int exponent = text.mid(e + 1).toInt();
+    const bool negative = (raw < 0) != digits.startsWith(QLatin1Char('-'));
+    digits.remove(QLatin1Char('-'));
+    if (const int point = digits.indexOf(QLatin1Char('.')); point >= 0) {
+        exponent -= int(digits.size()) - point - 1;
+        digits.remove(point, 1);
+    }
+    // At most 17 digits times at most 2^32: split the digits so that each partial product fits.
+    constexpr quint64 billion = 1000000000;
+    const quint64 mantissa = digits.toULongLong();
+    const auto magnitude = quint64(std::fabs(raw));
+    quint64 low = magnitude * (mantissa % billion);
+    const quint64 high = magnitude * (mantissa / billion) + low / billion;
+    low %= billion;
+    const QString product = high
+        ? QString::number(high) + QString::number(low).rightJustified(9, QLatin1Char('0'))
+        : QString::number(low);
+    return QStringLiteral("%1%2e%3")
+        .arg(negative ? QStringLiteral("-") : QString(), product)
+        .arg(exponent)
+        .toDouble();
+}
+
 } // namespace
 
 // ---- values --------------------------------------------------------------------------------
@@ -131,14 +164,14 @@ QVariant register_entry_t::decode(const QVector<uint16_t>& words) const
         if (type == type_float32) {
             float f;
             std::memcpy(&f, &bits, sizeof f);
-            raw = double(f);
+            return *exact_value(*this, scale ? double(f) * *scale : double(f));
         } else {
             raw = type == type_int32 ? double(int32_t(bits)) : double(bits);
         }
     } else {
         raw = type == type_int16 ? double(int16_t(words[0])) : double(words[0]);
     }
-    return *exact_value(*this, scale ? raw * *scale : raw); // in range: it came from the words
+    return *exact_value(*this, scale ? scaled(raw, *scale) : raw); // in range: it came from the words
 }
 
 std::optional<QVector<uint16_t>> register_entry_t::encode(const QVariant& value) const

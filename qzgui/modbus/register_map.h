@@ -45,7 +45,7 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
     value_type_e type = type_uint16; ///< the layout
     int size = 1;                    ///< bits or registers taken: 1, 2 for 32-bit types, N for strings
     bool little_word_order = false;  ///< for 32-bit types: the low word comes first
-    std::optional<double> scale;     ///< value = raw × scale, as a double
+    std::optional<double> scale;     ///< value = raw × scale, the decimal product as the nearest double
     bool read_only = false;          ///< writes are refused (always for input and discrete)
     QVariant initial;                ///< the value a simulated device starts with; may be invalid
 
