@@ -85,12 +85,12 @@ public:
         return _lines;
     }
 
-    /// Waits until some request line contains @p part. @return whether one did
-    bool wait_for_request(const QString& part, int timeout_ms = 30000)
+    /// Waits until a request line from the @p from'th on contains @p part. @return whether one did
+    bool wait_for_request(const QString& part, int from = 0, int timeout_ms = 30000)
     {
         const QDeadlineTimer deadline(timeout_ms);
         while (!deadline.hasExpired()) {
-            if (!requests().filter(part).isEmpty())
+            if (!requests().mid(from).filter(part).isEmpty())
                 return true;
             _process.waitForReadyRead(50);
         }

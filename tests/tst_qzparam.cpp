@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// qzparam and qz-modbus-device as a user runs them: two processes talking Modbus TCP on 127.0.0.1.
+#include "modbus_fixture.h"
+
+#include <QProcessEnvironment>
+#include <QTcpServer>
+#include <QtTest>
+
+#include <csignal>
+
+using qz::test::device_process;
+
+namespace {
+
+const QByteArray map_text = R"({"version": 1, "parameters": [
+    {"id": "0x0010", "name": "Gain", "table": "holding", "address": 0, "type": "uint16", "initial": 12},
+    {"id": "0x0011", "table": "holding", "address": 1, "type": "float32", "initial": 0.1},
+    {"id": "0x0012", "table": "input", "address": 0, "type": "int16", "scale": 0.1, "initial": 0.3},
+    {"id": "0x0013", "table": "coil", "address": 0, "type": "bool", "initial": true},
+    {"id": "0x0014", "table": "holding", "address": 3, "type": "string", "registers": 4, "initial": "pump 1"},
+    {"id": "0x12345", "table": "holding", "address": 7, "type": "int32", "initial": -70000}
+]})";
+
+// What a finished qzparam run left.
+struct run_t {
+    int status = -1; // -1: did not end on its own
+    QStringList out;
+    QStringList err;
+};
+
+QStringList lines_of(const QByteArray& bytes)
+{
+    return QString::fromUtf8(bytes).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class tst_qzparam : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir _dir;
+    QString _map;
+    device_process _device;
+
+    QProcess* _start(const QStringList& arguments)
+    {
+        auto* process = new QProcess(this);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        // Settings of the user running the tests stay out of it.
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), _dir.filePath(QStringLiteral("config")));
+        process->setProcessEnvironment(environment);
+        process->start(QStringLiteral(QZGUI_QZPARAM), arguments);
+        return process;
+    }
+
+    run_t _finish(QProcess* process)
+    {
+        run_t run;
+        if (process->waitForFinished(60000) && process->exitStatus() == QProcess::NormalExit)
+            run.status = process->exitCode();
+        else
+            process->kill();
+        process->waitForFinished(10000);
+        run.out = lines_of(process->readAllStandardOutput());
+        run.err = lines_of(process->readAllStandardError());
+        delete process;
+        return run;
+    }
+
+    run_t _qzparam(const QStringList& arguments) { return _finish(_start(arguments)); }
+
+    QStringList _on_device(const QStringList& rest) const
+    {
+        return QStringList{QStringLiteral("--device"), _device.address(), QStringLiteral("--map"), _map} + rest;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        _map = _dir.filePath(QStringLiteral("map.json"));
+        QVERIFY(qz::test::write_text(_map, map_text));
+        QVERIFY(_device.start(_map, QStringLiteral("tcp://127.0.0.1:0"),
+                              {"--exception", "holding:20=4", "--silent", "holding:21"}));
+    }
+
+    void reads_every_id_of_the_map()
+    {
+        const run_t run = _qzparam(_on_device({"read"}));
+        QCOMPARE(run.err, QStringList());
+        QCOMPARE(run.out, QStringList({"0x0010 = 12", "0x0011 = 0.10000000149011612", "0x0012 = 0.3", "0x0013 = true",
+                                       "0x0014 = pump 1", "0x12345 = -70000"}));
+        QCOMPARE(run.status, 0);
+    }
+
+    void reads_the_ids_given_in_their_order()
+    {
+        const run_t run = _qzparam(_on_device({"read", "0x13", "16", "0x0010"}));
+        QCOMPARE(run.out, QStringList({"0x0013 = true", "0x0010 = 12", "0x0010 = 12"}));
+        QCOMPARE(run.status, 0);
+    }
+
+    void writes_and_prints_what_was_written()
+    {
+        run_t run = _qzparam(_on_device({"write", "0x10=0x2A", "0x11=2.5e-3", "0x14=ab c", "0x13=false", "0x12345=-5"}));
+        QCOMPARE(run.err, QStringList());
+        QCOMPARE(run.out, QStringList({"0x0010 = 42", "0x0011 = 0.0024999999441206455", "0x0014 = ab c",
+                                       "0x0013 = false", "0x12345 = -5"}));
+        QCOMPARE(run.status, 0);
+        run = _qzparam(_on_device({"read", "0x10", "0x14", "0x13"}));
+        QCOMPARE(run.out, QStringList({"0x0010 = 42", "0x0014 = ab c", "0x0013 = false"}));
+        run = _qzparam(_on_device({"write", "0x10=12", "0x11=0.1", "0x14=pump 1", "0x13=1", "0x12345=-70000"}));
+        QCOMPARE(run.status, 0);
+    }
+
+    void a_failed_id_is_reported_and_the_others_go_on()
+    {
+        // A read-only input register refused before sending; an id that the device refuses.
+        QTemporaryDir dir;
+        const QString map = dir.filePath(QStringLiteral("faults.json"));
+        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [
+            {"id": 1, "table": "holding", "address": 0, "type": "uint16"},
+            {"id": 2, "table": "holding", "address": 20, "type": "uint16"},
+            {"id": 3, "table": "input", "address": 0, "type": "int16"}]})"));
+        const QStringList device{QStringLiteral("--device"), _device.address(), QStringLiteral("--map"), map};
+        run_t run = _qzparam(device + QStringList{"read", "2", "1"});
+        QCOMPARE(run.out, QStringList{"0x0001 = 12"});
+        QCOMPARE(run.err, QStringList{"0x0002: general error"});
+        QCOMPARE(run.status, 1);
+        run = _qzparam(device + QStringList{"write", "3=1", "1=12"});
+        QCOMPARE(run.out, QStringList{"0x0001 = 12"});
+        QCOMPARE(run.err, QStringList{"0x0003: parameter error"});
+        QCOMPARE(run.status, 1);
+        // --verbose adds the details.
+        run = _qzparam(device + QStringList{"--verbose", "read", "2"});
+        QCOMPARE(run.err.size(), 1);
+        QVERIFY2(run.err.first().startsWith(QLatin1String("0x0002: general error: "))
+                     && run.err.first().contains(QLatin1String("Modbus exception 0x04")),
+                 qPrintable(run.err.first()));
+    }
+
+    void bad_input_sends_nothing_data()
+    {
+        QTest::addColumn<QStringList>("arguments"); // "DEVICE" and "MAP" stand for the real ones
+        QTest::addColumn<QString>("message");
+        QTest::newRow("no command") << QStringList{"--device", "DEVICE", "--map", "MAP"}
+                                    << "qzparam: the command is read or write";
+        QTest::newRow("other command") << QStringList{"--device", "DEVICE", "--map", "MAP", "erase"}
+                                       << "qzparam: the command is read or write";
+        QTest::newRow("no device") << QStringList{"--map", "MAP", "read"} << "qzparam: --device and --map are needed";
+        QTest::newRow("bad device") << QStringList{"--device", "tcp://127.0.0.1", "--map", "MAP", "read"}
+                                    << "qzparam: bad device address \"tcp://127.0.0.1\": a TCP address is tcp://HOST:PORT";
+        QTest::newRow("no map file") << QStringList{"--device", "DEVICE", "--map", "/nonexistent/map.json", "read"}
+                                     << "qzparam: /nonexistent/map.json: ";
+        QTest::newRow("unknown id") << QStringList{"--device", "DEVICE", "--map", "MAP", "read", "0x10", "0x99"}
+                                    << "qzparam: 0x99 is not an id of MAP";
+        QTest::newRow("id text") << QStringList{"--device", "DEVICE", "--map", "MAP", "read", "gain"}
+                                 << "qzparam: gain is not an id of MAP";
+        QTest::newRow("bad value") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=12", "0x13=maybe"}
+                                   << "qzparam: \"maybe\" is not a value of 0x0013";
+        QTest::newRow("out of range") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=65536"}
+                                      << "qzparam: \"65536\" is not a value of 0x0010";
+        QTest::newRow("no value") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10"}
+                                  << "qzparam: \"0x10\" is not ID=VALUE";
+        QTest::newRow("write nothing") << QStringList{"--device", "DEVICE", "--map", "MAP", "write"}
+                                       << "qzparam: write needs ID=VALUE";
+        QTest::newRow("bad timeout") << QStringList{"--device", "DEVICE", "--map", "MAP", "--timeout", "soon", "read"}
+                                     << "qzparam: --timeout takes a whole number from 10 to 3600000";
+        QTest::newRow("bad repeats") << QStringList{"--device", "DEVICE", "--map", "MAP", "--repeats", "-1", "read"}
+                                     << "qzparam: --repeats takes a whole number from 0 to 100";
+    }
+
+    void bad_input_sends_nothing()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        arguments.replaceInStrings(QStringLiteral("DEVICE"), _device.address());
+        arguments.replaceInStrings(QStringLiteral("MAP"), _map);
+        message.replace(QStringLiteral("MAP"), _map);
+        const int before = _device.requests().size();
+        const run_t run = _qzparam(arguments);
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.out, QStringList());
+        QCOMPARE(run.err.size(), 1);
+        QVERIFY2(run.err.first().startsWith(message), qPrintable(run.err.first()));
+        QTest::qWait(50);
+        QCOMPARE(_device.requests().size(), before);
+    }
+
+    void a_bad_map_is_a_bad_argument()
+    {
+        QTemporaryDir dir;
+        const QString map = dir.filePath(QStringLiteral("bad.json"));
+        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [{"id": 1, "table": "desk"}]})"));
+        const run_t run = _qzparam({"--device", _device.address(), "--map", map, "read"});
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.err, QStringList{QStringLiteral("qzparam: %1: parameter 1 (id 0x0001): \"table\" is not coil, "
+                                                     "discrete, input or holding")
+                                          .arg(map)});
+    }
+
+    void no_connection_is_status_3()
+    {
+        QTcpServer probe;
+        QVERIFY(probe.listen(QHostAddress::LocalHost, 0));
+        const QString address = QStringLiteral("tcp://127.0.0.1:%1").arg(probe.serverPort());
+        probe.close();
+        const run_t run = _qzparam({"--device", address, "--map", _map, "read"});
+        QCOMPARE(run.status, 3);
+        QCOMPARE(run.out, QStringList());
+        QCOMPARE(run.err, QStringList{QStringLiteral("qzparam: %1: please check com port and device address").arg(address)});
+    }
+
+    void timeout_and_repeats_apply_to_the_run()
+    {
+        QTemporaryDir dir;
+        const QString map = dir.filePath(QStringLiteral("silent.json"));
+        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [
+            {"id": 7, "table": "holding", "address": 21, "type": "uint16"}]})"));
+        const int before = _device.requests().size();
+        const run_t run =
+            _qzparam({"--device", _device.address(), "--map", map, "--timeout", "200", "--repeats", "2", "read"});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.err, QStringList{"0x0007: error while reading data"});
+        // The first request and two repeats, none answered.
+        QCOMPARE(_device.requests().mid(before), QStringList({"unit 1: read holding 21 to 21: no answer", "unit 1: read holding 21 to 21: no answer",
+                              "unit 1: read holding 21 to 21: no answer"}));
+    }
+
+    void ctrl_c_stops_the_worker_and_exits_cleanly()
+    {
+        QTemporaryDir dir;
+        const QString map = dir.filePath(QStringLiteral("silent.json"));
+        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [
+            {"id": 7, "table": "holding", "address": 21, "type": "uint16"},
+            {"id": 8, "table": "holding", "address": 0, "type": "uint16"}]})"));
+        const int before = _device.requests().size();
+        QProcess* process = _start({"--device", _device.address(), "--map", map, "--timeout", "600000", "read", "7", "8"});
+        QVERIFY(process->waitForStarted(10000));
+        QVERIFY(_device.wait_for_request(QStringLiteral("read holding 21 to 21"), before));
+        ::kill(pid_t(process->processId()), SIGINT);
+        const run_t run = _finish(process);
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QStringList());
+        QCOMPARE(run.err, QStringList({"0x0007: stopped", "qzparam: stopped"}));
+        // The sweep ended there: the second id was never asked for.
+        QCOMPARE(_device.requests().mid(before), QStringList{"unit 1: read holding 21 to 21: no answer"});
+    }
+
+    void the_device_logs_each_request_and_stops_on_sigterm()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        QCOMPARE(_qzparam({"--device", device.address(), "--map", _map, "read", "0x10", "0x13"}).status, 0);
+        QCOMPARE(device.requests(), QStringList({"unit 1: read holding 0 to 0: ok", "unit 1: read coil 0 to 0: ok"}));
+        QByteArray rest;
+        QCOMPARE(device.terminate(&rest), 0);
+        QCOMPARE(rest, QByteArray("stopped\n"));
+    }
+
+    void the_device_refuses_bad_arguments_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("no map") << QStringList{"--listen", "tcp://127.0.0.1:0"}
+                                << "qz-modbus-device: --listen and --map are needed";
+        QTest::newRow("bad listen") << QStringList{"--listen", "udp://127.0.0.1:0", "--map", "MAP"}
+                                    << "qz-modbus-device: bad device address \"udp://127.0.0.1:0\"";
+        QTest::newRow("bad exception") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--exception", "holding:1"}
+                                       << "qz-modbus-device: --exception: \"holding:1\" is not TABLE:ADDRESS=NUMBER";
+        QTest::newRow("code 0") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--exception", "coil:1=0"}
+                                << "qz-modbus-device: --exception: \"coil:1=0\": an exception code is 1 to 255";
+        QTest::newRow("bad silent") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--silent", "desk:1"}
+                                    << "qz-modbus-device: --silent: \"desk:1\" is not TABLE:ADDRESS";
+        QTest::newRow("bad delay") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--delay", "input:70000=5"}
+                                   << "qz-modbus-device: --delay: \"input:70000=5\" is not TABLE:ADDRESS=NUMBER";
+    }
+
+    void the_device_refuses_bad_arguments()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        arguments.replaceInStrings(QStringLiteral("MAP"), _map);
+        QProcess process;
+        process.start(QStringLiteral(QZGUI_MODBUS_DEVICE), arguments);
+        QVERIFY(process.waitForFinished(30000));
+        QCOMPARE(process.exitCode(), 2);
+        const QString err = QString::fromUtf8(process.readAllStandardError());
+        QVERIFY2(err.startsWith(message), qPrintable(err));
+    }
+
+    void a_late_answer_still_arrives()
+    {
+        device_process device;
+        QVERIFY(device.start(_map, QStringLiteral("tcp://127.0.0.1:0"), {"--delay", "holding:0=300"}));
+        const run_t run = _qzparam({"--device", device.address(), "--map", _map, "--timeout", "20000", "read", "0x10"});
+        QCOMPARE(run.out, QStringList{"0x0010 = 12"});
+        QCOMPARE(device.requests(), QStringList{"unit 1: read holding 0 to 0: ok after 300 ms"});
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_qzparam)
+#include "tst_qzparam.moc"
