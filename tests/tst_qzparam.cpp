@@ -71,7 +71,8 @@ class tst_qzparam : public QObject {
 
     QStringList _on_device(const QStringList& rest) const
     {
-        return QStringList{QStringLiteral("--device"), _device.address(), QStringLiteral("--map"), _map} + rest;
+        return QStringList{QStringLiteral("--device"), _device.address(), QStringLiteral("--map"), _map}
+        + rest;
     }
 
 private slots:
@@ -87,8 +88,9 @@ private slots:
     {
         const run_t run = _qzparam(_on_device({"read"}));
         QCOMPARE(run.err, QStringList());
-        QCOMPARE(run.out, QStringList({"0x0010 = 12", "0x0011 = 0.10000000149011612", "0x0012 = 0.3", "0x0013 = true",
-                                       "0x0014 = pump 1", "0x12345 = -70000"}));
+        QCOMPARE(run.out,
+                 QStringList({"0x0010 = 12", "0x0011 = 0.10000000149011612", "0x0012 = 0.3", "0x0013 = true",
+                              "0x0014 = pump 1", "0x12345 = -70000"}));
         QCOMPARE(run.status, 0);
     }
 
@@ -101,14 +103,17 @@ private slots:
 
     void writes_and_prints_what_was_written()
     {
-        run_t run = _qzparam(_on_device({"write", "0x10=0x2A", "0x11=2.5e-3", "0x14=ab c", "0x13=false", "0x12345=-5"}));
+        run_t run = _qzparam(
+            _on_device({"write", "0x10=0x2A", "0x11=2.5e-3", "0x14=ab c", "0x13=false", "0x12345=-5"}));
         QCOMPARE(run.err, QStringList());
-        QCOMPARE(run.out, QStringList({"0x0010 = 42", "0x0011 = 0.0024999999441206455", "0x0014 = ab c",
-                                       "0x0013 = false", "0x12345 = -5"}));
+        QCOMPARE(run.out,
+                 QStringList({"0x0010 = 42", "0x0011 = 0.0024999999441206455", "0x0014 = ab c",
+                              "0x0013 = false", "0x12345 = -5"}));
         QCOMPARE(run.status, 0);
         run = _qzparam(_on_device({"read", "0x10", "0x14", "0x13"}));
         QCOMPARE(run.out, QStringList({"0x0010 = 42", "0x0014 = ab c", "0x0013 = false"}));
-        run = _qzparam(_on_device({"write", "0x10=12", "0x11=0.1", "0x14=pump 1", "0x13=1", "0x12345=-70000"}));
+        run =
+            _qzparam(_on_device({"write", "0x10=12", "0x11=0.1", "0x14=pump 1", "0x13=1", "0x12345=-70000"}));
         QCOMPARE(run.status, 0);
     }
 
@@ -146,26 +151,34 @@ private slots:
                                     << "qzparam: the command is read or write";
         QTest::newRow("other command") << QStringList{"--device", "DEVICE", "--map", "MAP", "erase"}
                                        << "qzparam: the command is read or write";
-        QTest::newRow("no device") << QStringList{"--map", "MAP", "read"} << "qzparam: --device and --map are needed";
-        QTest::newRow("bad device") << QStringList{"--device", "tcp://127.0.0.1", "--map", "MAP", "read"}
-                                    << "qzparam: bad device address \"tcp://127.0.0.1\": a TCP address is tcp://HOST:PORT";
-        QTest::newRow("no map file") << QStringList{"--device", "DEVICE", "--map", "/nonexistent/map.json", "read"}
+        QTest::newRow("no device") << QStringList{"--map", "MAP", "read"}
+                                   << "qzparam: --device and --map are needed";
+        QTest::newRow("bad device") << QStringList{
+            "--device", "tcp://127.0.0.1", "--map", "MAP",
+            "read"} << "qzparam: bad device address \"tcp://127.0.0.1\": a TCP address is tcp://HOST:PORT";
+        QTest::newRow("no map file") << QStringList{"--device", "DEVICE", "--map", "/nonexistent/map.json",
+                                                    "read"}
                                      << "qzparam: /nonexistent/map.json: ";
-        QTest::newRow("unknown id") << QStringList{"--device", "DEVICE", "--map", "MAP", "read", "0x10", "0x99"}
+        QTest::newRow("unknown id") << QStringList{"--device", "DEVICE", "--map", "MAP",
+                                                   "read",     "0x10",   "0x99"}
                                     << "qzparam: 0x99 is not an id of MAP";
         QTest::newRow("id text") << QStringList{"--device", "DEVICE", "--map", "MAP", "read", "gain"}
                                  << "qzparam: gain is not an id of MAP";
-        QTest::newRow("bad value") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=12", "0x13=maybe"}
+        QTest::newRow("bad value") << QStringList{"--device", "DEVICE",  "--map",     "MAP",
+                                                  "write",    "0x10=12", "0x13=maybe"}
                                    << "qzparam: \"maybe\" is not a value of 0x0013";
-        QTest::newRow("out of range") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=65536"}
-                                      << "qzparam: \"65536\" is not a value of 0x0010";
+        QTest::newRow("out of range")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=65536"}
+            << "qzparam: \"65536\" is not a value of 0x0010";
         QTest::newRow("no value") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10"}
                                   << "qzparam: \"0x10\" is not ID=VALUE";
-        QTest::newRow("write nothing") << QStringList{"--device", "DEVICE", "--map", "MAP", "write"}
-                                       << "qzparam: write needs ID=VALUE";
-        QTest::newRow("bad timeout") << QStringList{"--device", "DEVICE", "--map", "MAP", "--timeout", "soon", "read"}
+        QTest::newRow("write nothing")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write"} << "qzparam: write needs ID=VALUE";
+        QTest::newRow("bad timeout") << QStringList{"--device",  "DEVICE", "--map", "MAP",
+                                                    "--timeout", "soon",   "read"}
                                      << "qzparam: --timeout takes a whole number from 10 to 3600000";
-        QTest::newRow("bad repeats") << QStringList{"--device", "DEVICE", "--map", "MAP", "--repeats", "-1", "read"}
+        QTest::newRow("bad repeats") << QStringList{"--device",  "DEVICE", "--map", "MAP",
+                                                    "--repeats", "-1",     "read"}
                                      << "qzparam: --repeats takes a whole number from 0 to 100";
     }
 
@@ -193,9 +206,10 @@ private slots:
         QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [{"id": 1, "table": "desk"}]})"));
         const run_t run = _qzparam({"--device", _device.address(), "--map", map, "read"});
         QCOMPARE(run.status, 2);
-        QCOMPARE(run.err, QStringList{QStringLiteral("qzparam: %1: parameter 1 (id 0x0001): \"table\" is not coil, "
-                                                     "discrete, input or holding")
-                                          .arg(map)});
+        QCOMPARE(run.err,
+                 QStringList{QStringLiteral("qzparam: %1: parameter 1 (id 0x0001): \"table\" is not coil, "
+                                            "discrete, input or holding")
+                                 .arg(map)});
     }
 
     void no_connection_is_status_3()
@@ -207,7 +221,9 @@ private slots:
         const run_t run = _qzparam({"--device", address, "--map", _map, "read"});
         QCOMPARE(run.status, 3);
         QCOMPARE(run.out, QStringList());
-        QCOMPARE(run.err, QStringList{QStringLiteral("qzparam: %1: please check com port and device address").arg(address)});
+        QCOMPARE(run.err,
+                 QStringList{
+                     QStringLiteral("qzparam: %1: please check com port and device address").arg(address)});
     }
 
     void timeout_and_repeats_apply_to_the_run()
@@ -217,12 +233,14 @@ private slots:
         QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [
             {"id": 7, "table": "holding", "address": 21, "type": "uint16"}]})"));
         const int before = _device.requests().size();
-        const run_t run =
-            _qzparam({"--device", _device.address(), "--map", map, "--timeout", "200", "--repeats", "2", "read"});
+        const run_t run = _qzparam(
+            {"--device", _device.address(), "--map", map, "--timeout", "200", "--repeats", "2", "read"});
         QCOMPARE(run.status, 1);
         QCOMPARE(run.err, QStringList{"0x0007: error while reading data"});
         // The first request and two repeats, none answered.
-        QCOMPARE(_device.requests().mid(before), QStringList({"unit 1: read holding 21 to 21: no answer", "unit 1: read holding 21 to 21: no answer",
+        QCOMPARE(_device.requests().mid(before),
+                 QStringList({"unit 1: read holding 21 to 21: no answer",
+                              "unit 1: read holding 21 to 21: no answer",
                               "unit 1: read holding 21 to 21: no answer"}));
     }
 
@@ -234,7 +252,8 @@ private slots:
             {"id": 7, "table": "holding", "address": 21, "type": "uint16"},
             {"id": 8, "table": "holding", "address": 0, "type": "uint16"}]})"));
         const int before = _device.requests().size();
-        QProcess* process = _start({"--device", _device.address(), "--map", map, "--timeout", "600000", "read", "7", "8"});
+        QProcess* process =
+            _start({"--device", _device.address(), "--map", map, "--timeout", "600000", "read", "7", "8"});
         QVERIFY(process->waitForStarted(10000));
         QVERIFY(_device.wait_for_request(QStringLiteral("read holding 21 to 21"), before));
         ::kill(pid_t(process->processId()), SIGINT);
@@ -251,7 +270,8 @@ private slots:
         device_process device;
         QVERIFY(device.start(_map));
         QCOMPARE(_qzparam({"--device", device.address(), "--map", _map, "read", "0x10", "0x13"}).status, 0);
-        QCOMPARE(device.requests(), QStringList({"unit 1: read holding 0 to 0: ok", "unit 1: read coil 0 to 0: ok"}));
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 1: read holding 0 to 0: ok", "unit 1: read coil 0 to 0: ok"}));
         QByteArray rest;
         QCOMPARE(device.terminate(&rest), 0);
         QCOMPARE(rest, QByteArray("stopped\n"));
@@ -265,14 +285,18 @@ private slots:
                                 << "qz-modbus-device: --listen and --map are needed";
         QTest::newRow("bad listen") << QStringList{"--listen", "udp://127.0.0.1:0", "--map", "MAP"}
                                     << "qz-modbus-device: bad device address \"udp://127.0.0.1:0\"";
-        QTest::newRow("bad exception") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--exception", "holding:1"}
-                                       << "qz-modbus-device: --exception: \"holding:1\" is not TABLE:ADDRESS=NUMBER";
-        QTest::newRow("code 0") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--exception", "coil:1=0"}
-                                << "qz-modbus-device: --exception: \"coil:1=0\": an exception code is 1 to 255";
-        QTest::newRow("bad silent") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--silent", "desk:1"}
+        QTest::newRow("bad exception")
+            << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--exception", "holding:1"}
+            << "qz-modbus-device: --exception: \"holding:1\" is not TABLE:ADDRESS=NUMBER";
+        QTest::newRow("code 0")
+            << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--exception", "coil:1=0"}
+            << "qz-modbus-device: --exception: \"coil:1=0\": an exception code is 1 to 255";
+        QTest::newRow("bad silent") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map",
+                                                   "MAP",      "--silent",          "desk:1"}
                                     << "qz-modbus-device: --silent: \"desk:1\" is not TABLE:ADDRESS";
-        QTest::newRow("bad delay") << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--delay", "input:70000=5"}
-                                   << "qz-modbus-device: --delay: \"input:70000=5\" is not TABLE:ADDRESS=NUMBER";
+        QTest::newRow("bad delay")
+            << QStringList{"--listen", "tcp://127.0.0.1:0", "--map", "MAP", "--delay", "input:70000=5"}
+            << "qz-modbus-device: --delay: \"input:70000=5\" is not TABLE:ADDRESS=NUMBER";
     }
 
     void the_device_refuses_bad_arguments()
@@ -292,7 +316,8 @@ private slots:
     {
         device_process device;
         QVERIFY(device.start(_map, QStringLiteral("tcp://127.0.0.1:0"), {"--delay", "holding:0=300"}));
-        const run_t run = _qzparam({"--device", device.address(), "--map", _map, "--timeout", "20000", "read", "0x10"});
+        const run_t run =
+            _qzparam({"--device", device.address(), "--map", _map, "--timeout", "20000", "read", "0x10"});
         QCOMPARE(run.out, QStringList{"0x0010 = 12"});
         QCOMPARE(device.requests(), QStringList{"unit 1: read holding 0 to 0: ok after 300 ms"});
     }

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Modbus RTU on a real serial line: the device simulator on one end of a pseudo-terminal pair made
+// by socat, the worker (or qzparam) on the other.
+#include "modbus_fixture.h"
+#include "worker_fixture.h"
+
+#include <qzgui/modbus/modbus_module.h>
+#include <qzgui/modbus/modbus_worker.h>
+
+#include <QtTest>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+using qz::test::device_process;
+using qz::test::recorder;
+
+namespace {
+
+class probe_worker : public qz::modbus::modbus_worker {
+public:
+    using modbus_worker::_get_params;
+    using modbus_worker::modbus_worker;
+    using sat_worker::_set_params;
+};
+
+const QByteArray map_text = R"({"version": 1, "parameters": [
+    {"id": "0x10", "table": "holding", "address": 0, "type": "uint16", "initial": 12},
+    {"id": "0x11", "table": "holding", "address": 1, "type": "int32", "word_order": "little", "initial": -5},
+    {"id": "0x12", "table": "discrete", "address": 4, "type": "bool", "initial": true},
+    {"id": "0x13", "table": "holding", "address": 3, "type": "string", "registers": 3, "initial": "rtu"},
+    {"id": "0x14", "table": "holding", "address": 20, "type": "uint16"},
+    {"id": "0x15", "table": "holding", "address": 21, "type": "uint16"}
+]})";
+
+} // namespace
+
+class tst_modbus_rtu : public QObject {
+    Q_OBJECT
+
+    qz::test::worker_environment _environment;
+    QTemporaryDir _dir;
+    QString _map;
+    qz::test::pty_pair _line;
+    device_process _device;
+
+    QString _client(int unit) const
+    {
+        return QStringLiteral("rtu:%1?baud=19200&parity=even&unit=%2").arg(_line.second()).arg(unit);
+    }
+
+    // Runs @p sweep on @p worker in a thread of its own, then hands the worker back to this thread.
+    static bool run(probe_worker& worker, const std::function<void()>& sweep)
+    {
+        QThread* const home = QThread::currentThread();
+        qz::test::test_thread thread([&] {
+            sweep();
+            worker.moveToThread(home);
+        });
+        thread.adopt(worker);
+        thread.start();
+        return thread.finished_within(120s);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        _map = _dir.filePath(QStringLiteral("map.json"));
+        QVERIFY(qz::test::write_text(_map, map_text));
+        const QString fault = _line.start();
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QVERIFY(_device.start(_map, QStringLiteral("rtu:%1?baud=19200&parity=even&unit=3").arg(_line.first()),
+                              {"--exception", "holding:20=2", "--silent", "holding:21"}));
+        QCOMPARE(_device.address(), QStringLiteral("rtu:%1?baud=19200&unit=3").arg(_line.first()));
+    }
+
+    void init()
+    {
+        _environment.settings.clear();
+        _environment.settings.set(QStringLiteral("command/timeout_s"), 1000);
+        _environment.settings.set(QStringLiteral("command/timeout_m"), 1000);
+        _environment.settings.set(QStringLiteral("command/repeats_s"), 0);
+        _environment.settings.set(QStringLiteral("command/repeats_m"), 0);
+    }
+
+    void reads_and_writes_over_the_line()
+    {
+        qz::modbus::modbus_module module(_client(3));
+        probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
+        recorder log(worker);
+        const int before = _device.requests().size();
+        QVERIFY(run(worker, [&] { worker._get_params({0x13, 0x10, 0x12, 0x11}); }));
+        QCOMPARE(log.take(), QStringList({"begin read", "state connecting", "state connected", "get 19 = rtu",
+                                          "get 16 = 12", "get 18 = true", "get 17 = -5", "state disconnected",
+                                          "end read"}));
+        QCOMPARE(_device.requests().mid(before),
+                 QStringList({"unit 3: read holding 0 to 5: ok", "unit 3: read discrete 4 to 4: ok"}));
+
+        QVERIFY(run(worker, [&] { worker._set_params({{0x11, 70000}, {0x13, QStringLiteral("abcdef")}}); }));
+        QVERIFY(run(worker, [&] { worker._get_params({0x11, 0x13}); }));
+        const QStringList lines = log.take();
+        QVERIFY2(lines.contains(QStringLiteral("get 17 = 70000")) && lines.contains(QStringLiteral("get 19 = abcdef")),
+                 qPrintable(lines.join(QLatin1Char('\n'))));
+        QVERIFY(run(worker, [&] { worker._set_params({{0x11, -5}, {0x13, QStringLiteral("rtu")}}); }));
+    }
+
+    void faults_over_the_line()
+    {
+        qz::modbus::modbus_module module(_client(3));
+        probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
+        recorder log(worker);
+        QVERIFY(run(worker, [&] { worker._get_params({0x14, 0x15}); }));
+        const QStringList lines = log.take();
+        // One block, refused; read again one by one: an exception, then no answer.
+        QCOMPARE(lines.size(), 7);
+        QVERIFY2(lines[3].startsWith(QLatin1String("get_error 20 proto 5 ")), qPrintable(lines[3]));
+        QVERIFY2(lines[4].startsWith(QLatin1String("get_error 21 media 4 ")), qPrintable(lines[4]));
+    }
+
+    void another_unit_does_not_answer()
+    {
+        qz::modbus::modbus_module module(_client(4));
+        probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
+        recorder log(worker);
+        const int before = _device.requests().size();
+        QVERIFY(run(worker, [&] { worker._get_params({0x10}); }));
+        const QStringList lines = log.take();
+        QCOMPARE(lines.size(), 6);
+        QVERIFY2(lines[3].startsWith(QLatin1String("get_error 16 media 4 ")), qPrintable(lines[3]));
+        QCOMPARE(_device.requests().mid(before), QStringList{"unit 4: not this device's unit (3): no answer"});
+    }
+
+    void stop_ends_a_read_on_a_silent_line()
+    {
+        _environment.settings.set(QStringLiteral("command/timeout_s"), 60000);
+        qz::modbus::modbus_module module(_client(3));
+        probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
+        recorder log(worker);
+        const int before = _device.requests().size();
+        qz::test::test_thread thread([&] { worker._get_params({0x15, 0x10}); });
+        thread.adopt(worker);
+        thread.start();
+        QVERIFY(_device.wait_for_request(QStringLiteral("read holding 21 to 21"), before));
+        worker.stop();
+        QVERIFY(thread.finished_within(30s));
+        const QStringList lines = log.take();
+        QCOMPARE(lines.size(), 6);
+        QVERIFY2(lines[3].startsWith(QLatin1String("get_error 21 media 6 ")), qPrintable(lines[3]));
+    }
+
+    void qzparam_reads_and_writes_over_the_line()
+    {
+        const auto qzparam = [&](const QStringList& command) {
+            QProcess process;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(QStringLiteral("XDG_CONFIG_HOME"), _dir.filePath(QStringLiteral("config")));
+            process.setProcessEnvironment(environment);
+            process.start(QStringLiteral(QZGUI_QZPARAM),
+                          QStringList{"--device", _client(3), "--map", _map, "--timeout", "2000"} + command);
+            if (!process.waitForFinished(60000))
+                process.kill();
+            return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
+        };
+        QCOMPARE(qzparam({"write", "0x10=513"}), QStringLiteral("0x0010 = 513\n"));
+        QCOMPARE(qzparam({"read", "0x10", "0x12", "0x13"}), QStringLiteral("0x0010 = 513\n0x0012 = true\n0x0013 = rtu\n"));
+        QCOMPARE(qzparam({"write", "0x10=12"}), QStringLiteral("0x0010 = 12\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_modbus_rtu)
+#include "tst_modbus_rtu.moc"
