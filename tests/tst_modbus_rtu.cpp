@@ -90,16 +90,18 @@ private slots:
         recorder log(worker);
         const int before = _device.requests().size();
         QVERIFY(run(worker, [&] { worker._get_params({0x13, 0x10, 0x12, 0x11}); }));
-        QCOMPARE(log.take(), QStringList({"begin read", "state connecting", "state connected", "get 19 = rtu",
-                                          "get 16 = 12", "get 18 = true", "get 17 = -5", "state disconnected",
-                                          "end read"}));
+        QCOMPARE(
+            log.take(),
+            QStringList({"begin read", "state connecting", "state connected", "get 19 = rtu", "get 16 = 12",
+                         "get 18 = true", "get 17 = -5", "state disconnected", "end read"}));
         QCOMPARE(_device.requests().mid(before),
                  QStringList({"unit 3: read holding 0 to 5: ok", "unit 3: read discrete 4 to 4: ok"}));
 
         QVERIFY(run(worker, [&] { worker._set_params({{0x11, 70000}, {0x13, QStringLiteral("abcdef")}}); }));
         QVERIFY(run(worker, [&] { worker._get_params({0x11, 0x13}); }));
         const QStringList lines = log.take();
-        QVERIFY2(lines.contains(QStringLiteral("get 17 = 70000")) && lines.contains(QStringLiteral("get 19 = abcdef")),
+        QVERIFY2(lines.contains(QStringLiteral("get 17 = 70000"))
+                     && lines.contains(QStringLiteral("get 19 = abcdef")),
                  qPrintable(lines.join(QLatin1Char('\n'))));
         QVERIFY(run(worker, [&] { worker._set_params({{0x11, -5}, {0x13, QStringLiteral("rtu")}}); }));
     }
@@ -127,7 +129,8 @@ private slots:
         const QStringList lines = log.take();
         QCOMPARE(lines.size(), 6);
         QVERIFY2(lines[3].startsWith(QLatin1String("get_error 16 media 4 ")), qPrintable(lines[3]));
-        QCOMPARE(_device.requests().mid(before), QStringList{"unit 4: not this device's unit (3): no answer"});
+        QCOMPARE(_device.requests().mid(before),
+                 QStringList{"unit 4: not this device's unit (3): no answer"});
     }
 
     void stop_ends_a_read_on_a_silent_line()
@@ -162,7 +165,8 @@ private slots:
             return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
         };
         QCOMPARE(qzparam({"write", "0x10=513"}), QStringLiteral("0x0010 = 513\n"));
-        QCOMPARE(qzparam({"read", "0x10", "0x12", "0x13"}), QStringLiteral("0x0010 = 513\n0x0012 = true\n0x0013 = rtu\n"));
+        QCOMPARE(qzparam({"read", "0x10", "0x12", "0x13"}),
+                 QStringLiteral("0x0010 = 513\n0x0012 = true\n0x0013 = rtu\n"));
         QCOMPARE(qzparam({"write", "0x10=12"}), QStringLiteral("0x0010 = 12\n"));
     }
 };

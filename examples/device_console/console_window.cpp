@@ -58,9 +58,21 @@ QVector<QPair<QString, QVariant>> modes(bool extended)
 } // namespace
 
 console_window::console_window(qz::sim::simulated_module& module, QWidget* parent)
+    : console_window(new qz::sim::simulated_worker(nullptr, &module), &module, {}, parent)
+{}
+
+console_window::console_window(qz::gui::sat_worker* worker, std::unique_ptr<qz::api::proto::qz_module> module,
+                               const QVector<uint32_t>& device_ids, QWidget* parent)
+    : console_window(worker, nullptr, device_ids, parent)
+{
+    _device = std::move(module);
+}
+
+console_window::console_window(qz::gui::sat_worker* worker, qz::sim::simulated_module* module,
+                               const QVector<uint32_t>& device_ids, QWidget* parent)
     : QMainWindow(parent)
     , _module(module)
-    , _worker(new qz::sim::simulated_worker(nullptr, &module))
+    , _worker(worker)
     , _ui(std::make_unique<Ui::parameter_form>())
 {
     setWindowTitle(tr("Device console"));
@@ -86,6 +98,18 @@ console_window::console_window(qz::sim::simulated_module& module, QWidget* paren
     _form = std::make_unique<qz::gui::ui_controller>(&_widgets, &_hints);
     _build_profiles();
     _build_menus();
+
+    // A real device may not hold every parameter of the form: its fields stay disabled.
+    for (const parameter_t& p : parameters()) {
+        if (_module || device_ids.contains(p.id)) {
+            _device_ids.append(p.id);
+        } else if (QWidget* widget = field(p.id)) {
+            widget->setEnabled(false);
+            _log->log(log_item::WARN,
+                      QStringLiteral("%1: the device has no such parameter; the field is disabled")
+                          .arg(parameter_name(p.id)));
+        }
+    }
 
     _worker->moveToThread(&_worker_thread);
     _connect_worker();
@@ -258,6 +282,9 @@ void console_window::_build_menus()
     file->addSeparator();
     file->addAction(tr("&Quit"), this, &QWidget::close);
 
+    // Faults are injected into the simulated device only; a real one shows its own.
+    if (!_module)
+        return;
     QMenu* device = menuBar()->addMenu(tr("&Device"));
     const auto toggle = [&](const QString& text, void (console_window::*set)(bool)) {
         QAction* action = device->addAction(text);
@@ -451,11 +478,8 @@ void console_window::read_all()
     if (_busy)
         return;
     _apply_faults();
-    QVector<uint32_t> ids;
-    for (const parameter_t& p : parameters())
-        ids.append(p.id);
     _set_busy(true);
-    emit _worker->get_params(ids);
+    emit _worker->get_params(_device_ids);
 }
 
 void console_window::write_changes()
@@ -598,7 +622,8 @@ void console_window::set_unplugged(bool on)
 
 void console_window::set_pipe_mode(bool on)
 {
-    _module.set_mode(on ? 2 : 0);
+    if (_module)
+        _module->set_mode(on ? 2 : 0);
 }
 
 void console_window::set_crc_error_on_gain(bool on)
@@ -608,22 +633,26 @@ void console_window::set_crc_error_on_gain(bool on)
 
 void console_window::set_slow_device(bool on)
 {
-    _module.set_connect_latency(on ? 300ms : 0ms);
-    _module.set_read_latency(on ? 400ms : 0ms);
-    _module.set_write_latency(on ? 400ms : 0ms);
+    if (!_module)
+        return;
+    _module->set_connect_latency(on ? 300ms : 0ms);
+    _module->set_read_latency(on ? 400ms : 0ms);
+    _module->set_write_latency(on ? 400ms : 0ms);
 }
 
 void console_window::_apply_faults()
 {
     using qz::api::proto::media_exception;
     using qz::api::proto::proto_exception;
-    _module.clear_faults();
+    if (!_module)
+        return;
+    _module->clear_faults();
     if (_unplugged)
-        _module.fail_next_connect(
+        _module->fail_next_connect(
             qz::sim::fault_t::media(media_exception::no_device, "no answer at the configured port"));
     if (_crc_on_gain)
-        _module.fail_read(id_gain, qz::sim::fault_t::proto(proto_exception::crc_error, "checksum mismatch"),
-                          qz::sim::simulated_module::always);
+        _module->fail_read(id_gain, qz::sim::fault_t::proto(proto_exception::crc_error, "checksum mismatch"),
+                           qz::sim::simulated_module::always);
 }
 
 } // namespace device_console

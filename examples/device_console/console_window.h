@@ -34,7 +34,6 @@ class parameter_form;
 
 namespace qz::sim {
 class simulated_module;
-class simulated_worker;
 } // namespace qz::sim
 
 namespace device_console {
@@ -47,8 +46,17 @@ class console_window : public QMainWindow {
     Q_OBJECT
 
 public:
+    /// Runs against the simulated device, with the Device menu's fault injection.
     /// @param module the device; must outlive the window
     explicit console_window(qz::sim::simulated_module& module, QWidget* parent = nullptr);
+
+    /**
+     * Runs against any device through @p worker (owned; not yet moved to a thread) and its
+     * @p module (owned; destroyed after the worker). Only the parameters in @p device_ids are
+     * read; the fields of the others are disabled.
+     */
+    console_window(qz::gui::sat_worker* worker, std::unique_ptr<qz::api::proto::qz_module> module,
+                   const QVector<uint32_t>& device_ids, QWidget* parent = nullptr);
 
     /// Stops the worker, ends its thread, then destroys it.
     ~console_window() override;
@@ -74,12 +82,14 @@ public:
     /// @return false when the file could not be loaded; nothing changed then and the log says why
     bool load_parameters_from(const QString& path);
 
-    /// Fault injection of the Device menu.
+    /// Fault injection of the Device menu; nothing happens with a real device.
     void set_unplugged(bool on);
     void set_pipe_mode(bool on);
     void set_crc_error_on_gain(bool on);
     void set_slow_device(bool on);
 
+    /// Whether the window drives the simulated device (and so its fault injection).
+    bool simulated() const { return _module != nullptr; }
     /// Whether a request was made and its operation has not ended yet.
     bool is_busy() const { return _busy; }
     /// The ids of the fields that hold a change not yet on the device, in the order of change.
@@ -111,6 +121,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    console_window(qz::gui::sat_worker* worker, qz::sim::simulated_module* module,
+                   const QVector<uint32_t>& device_ids, QWidget* parent);
     QWidget* _build_form();
     QWidget* _build_controls();
     void _build_menus();
@@ -133,9 +145,11 @@ private:
     bool _may_close();
     void _continue_closing();
 
-    qz::sim::simulated_module& _module;
+    std::unique_ptr<qz::api::proto::qz_module> _device; // a real device's module, else null
+    qz::sim::simulated_module* _module;                 // null for a real device
     QThread _worker_thread;
-    qz::sim::simulated_worker* _worker;
+    qz::gui::sat_worker* _worker;
+    QVector<uint32_t> _device_ids; // what a read asks for
     qz::gui::resource_manager _texts;
 
     std::unique_ptr<Ui::parameter_form> _ui;
