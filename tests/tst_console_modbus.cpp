@@ -38,29 +38,32 @@ private slots:
             QFAIL("the console did not finish");
         }
         QCOMPARE(console->exitCode(), 0);
-        const QStringList lines = QString::fromUtf8(console->readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        const QStringList lines =
+            QString::fromUtf8(console->readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
         // Each expected message, in this order, somewhere after the one before.
-        const QStringList expected = {"WARN  0x0008 Device clock: the device has no such parameter; the field is disabled",
-                                      "INFO  begin of READ operation",
-                                      "QZTTC read 0x0001 Output enabled = true",
-                                      "QZTTC read 0x0002 Device name = QZ-1000 north mast",
-                                      "QZTTC read 0x0004 Frequency = 433.92",
-                                      "QZTTC read 0x000a Interrupt mask = 0xFFFF0000",
-                                      "INFO  end of READ operation",
-                                      "QZTTC written 0x0001 Output enabled = false",
-                                      "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
-                                      "QZTTC written 0x0003 Gain (dB) = 14",
-                                      "QZTTC written 0x0002 Device name = QZ-1000 bench copy",
-                                      "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
-                                      "INFO  begin of READ operation",
-                                      "QZTTC read 0x0002 Device name = QZ-1000 north mast (service)",
-                                      "QZTTC read 0x0003 Gain (dB) = 14",
-                                      "INFO  end of READ operation"};
+        const QStringList expected = {
+            "WARN  0x0008 Device clock: the device has no such parameter; the field is disabled",
+            "INFO  begin of READ operation",
+            "QZTTC read 0x0001 Output enabled = true",
+            "QZTTC read 0x0002 Device name = QZ-1000 north mast",
+            "QZTTC read 0x0004 Frequency = 433.92",
+            "QZTTC read 0x000a Interrupt mask = 0xFFFF0000",
+            "INFO  end of READ operation",
+            "QZTTC written 0x0001 Output enabled = false",
+            "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
+            "QZTTC written 0x0003 Gain (dB) = 14",
+            "QZTTC written 0x0002 Device name = QZ-1000 bench copy",
+            "QZTTC written 0x0002 Device name = QZ-1000 north mast (service)",
+            "INFO  begin of READ operation",
+            "QZTTC read 0x0002 Device name = QZ-1000 north mast (service)",
+            "QZTTC read 0x0003 Gain (dB) = 14",
+            "INFO  end of READ operation"};
         int at = 0;
         for (const QString& message : expected) {
             while (at < lines.size() && !lines[at].contains(message))
                 ++at;
-            QVERIFY2(at < lines.size(), qPrintable("missing or out of order: " + message + "\n" + lines.join('\n')));
+            QVERIFY2(at < lines.size(),
+                     qPrintable("missing or out of order: " + message + "\n" + lines.join('\n')));
             ++at;
         }
         QVERIFY(lines.filter(QStringLiteral("ERROR")).isEmpty());
@@ -77,7 +80,8 @@ private slots:
         QVERIFY(console->waitForFinished(60000));
         QCOMPARE(console->exitCode(), 2);
         QVERIFY(console->readAllStandardError().contains("bad device address \"tcp://127.0.0.1\""));
-        console = _console({"--device", "tcp://127.0.0.1:502", "--map", _home.filePath("none.json"), "--script"});
+        console =
+            _console({"--device", "tcp://127.0.0.1:502", "--map", _home.filePath("none.json"), "--script"});
         QVERIFY(console->waitForFinished(60000));
         QCOMPARE(console->exitCode(), 2);
         QVERIFY(console->readAllStandardError().contains("none.json"));

@@ -172,13 +172,15 @@ struct modbus_module::private_t {
     // Waits for @p reply and turns its failure into the interface's exceptions.
     QModbusDataUnit finish(QModbusReply* reply, bool reading, table_e table, uint16_t start, int count)
     {
-        const QString place = where(table, start, count);
+        // Named only for a failure: a reply that succeeds costs no text.
+        const auto place = [&] { return where(table, start, count); };
         if (!reply)
             throw media_exception(
                 media_exception::no_device,
-                QStringLiteral("%1: not sent: %2").arg(place, client->errorString()).toStdString());
-        const std::unique_ptr<QModbusReply, void (*)(QModbusReply*)> owned(
-            reply, [](QModbusReply* r) { r->deleteLater(); });
+                QStringLiteral("%1: not sent: %2").arg(place(), client->errorString()).toStdString());
+        // Deleted here, out of its own signals: a deferred delete would wait for the thread's outer
+        // event loop, which a sweep does not return to.
+        const std::unique_ptr<QModbusReply> owned(reply);
         if (!reply->isFinished())
             wait_for(reply, &QModbusReply::finished);
         const QString qt_text = reply->errorString();
@@ -187,13 +189,13 @@ struct modbus_module::private_t {
             break;
         case QModbusDevice::TimeoutError:
             throw media_exception(reading ? media_exception::read_failed : media_exception::write_failed,
-                                  QStringLiteral("%1: no answer (%2)").arg(place, qt_text).toStdString());
+                                  QStringLiteral("%1: no answer (%2)").arg(place(), qt_text).toStdString());
         case QModbusDevice::ProtocolError: {
             const QByteArray pdu = raw_bytes(reply->rawResult());
             const bool is_exception = pdu.size() >= 2 && (uint8_t(pdu[0]) & QModbusPdu::ExceptionByte);
             const auto code = QModbusPdu::ExceptionCode(is_exception ? uint8_t(pdu[1]) : 0);
             if (!is_exception)
-                malformed(place, qt_text);
+                malformed(place(), qt_text);
             proto_exception::exception_type_e kind = proto_exception::general_error;
             if (code == QModbusPdu::IllegalFunction)
                 kind = proto_exception::response_error;
@@ -203,22 +205,22 @@ struct modbus_module::private_t {
                 kind = proto_exception::busy;
             throw proto_exception(kind,
                                   QStringLiteral("%1: Modbus exception 0x%2 (%3)")
-                                      .arg(place)
+                                      .arg(place())
                                       .arg(int(code), 2, 16, QLatin1Char('0'))
                                       .arg(exception_name(code))
                                       .toStdString());
         }
         case QModbusDevice::UnknownError:
             // Qt's word for a reply that arrived but does not decode as an answer to the request.
-            malformed(place, qt_text);
+            malformed(place(), qt_text);
         case QModbusDevice::ConnectionError:
         case QModbusDevice::ReplyAbortedError:
             throw media_exception(
                 media_exception::no_device,
-                QStringLiteral("%1: connection lost (%2)").arg(place, qt_text).toStdString());
+                QStringLiteral("%1: connection lost (%2)").arg(place(), qt_text).toStdString());
         default:
             throw proto_exception(proto_exception::general_error,
-                                  QStringLiteral("%1: %2").arg(place, qt_text).toStdString());
+                                  QStringLiteral("%1: %2").arg(place(), qt_text).toStdString());
         }
         const QModbusDataUnit unit = reply->result();
         // Bits travel in whole bytes; Qt 6 hands the padding bits out as values too.
@@ -227,7 +229,7 @@ struct modbus_module::private_t {
         if (reading && (unit.startAddress() != start || got < count || (!bits && got != count)))
             throw proto_exception(proto_exception::invalid_result,
                                   QStringLiteral("%1: the reply holds %2 values from %3")
-                                      .arg(place)
+                                      .arg(place())
                                       .arg(unit.valueCount())
                                       .arg(unit.startAddress())
                                       .toStdString());

@@ -26,13 +26,20 @@ namespace {
 constexpr int max_read_registers = 125;
 constexpr int max_read_bits = 2000;
 
+// A parameter a sweep reads, and the slot its outcome goes to. Slots are numbered in the order the
+// request first names each id.
+struct planned_t {
+    const register_entry_t* entry;
+    int slot;
+};
+
 // Consecutive parameters of one table, read by one request.
 struct block_t {
     table_e table = holding;
     uint16_t start = 0;
     int count = 0;
-    QVector<const register_entry_t*> entries;
-    int first_request = 0; // where the request first names one of them
+    QVector<planned_t> members;
+    int first_slot = 0; // the earliest the request needs one of them
 };
 
 // Runs @p fn; a failure it throws comes back as its descriptor. @p exception_reply tells whether
@@ -62,29 +69,30 @@ std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool
                               .toStdString());
 }
 
-// Groups @p entries into blocks, each as large as one request allows, in the order the request
+// Groups @p wanted into blocks, each as large as one request allows, in the order the request
 // first needs them.
-QVector<block_t> plan_blocks(QVector<const register_entry_t*> entries,
-                             const QHash<uint32_t, int>& first_request)
+QVector<block_t> plan_blocks(QVector<planned_t> wanted)
 {
-    std::sort(entries.begin(), entries.end(), [](const register_entry_t* a, const register_entry_t* b) {
-        return std::make_pair(a->table, a->address) < std::make_pair(b->table, b->address);
+    std::sort(wanted.begin(), wanted.end(), [](const planned_t& a, const planned_t& b) {
+        return std::make_pair(a.entry->table, a.entry->address)
+            < std::make_pair(b.entry->table, b.entry->address);
     });
     QVector<block_t> blocks;
-    for (const register_entry_t* e : entries) {
+    for (const planned_t& p : wanted) {
+        const register_entry_t* e = p.entry;
         const int limit = e->is_bit() ? max_read_bits : max_read_registers;
         block_t* last = blocks.isEmpty() ? nullptr : &blocks.last();
         if (!last || last->table != e->table || int(last->start) + last->count != int(e->address)
             || last->count + e->size > limit) {
-            blocks.append(block_t{e->table, e->address, 0, {}, first_request.value(e->id)});
+            blocks.append(block_t{e->table, e->address, 0, {}, p.slot});
             last = &blocks.last();
         }
         last->count += e->size;
-        last->entries.append(e);
-        last->first_request = std::min(last->first_request, first_request.value(e->id));
+        last->members.append(p);
+        last->first_slot = std::min(last->first_slot, p.slot);
     }
     std::stable_sort(blocks.begin(), blocks.end(),
-                     [](const block_t& a, const block_t& b) { return a.first_request < b.first_request; });
+                     [](const block_t& a, const block_t& b) { return a.first_slot < b.first_slot; });
     return blocks;
 }
 
@@ -152,62 +160,65 @@ void modbus_worker::_get_params(const QVector<uint32_t>& params)
 
 void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
 {
-    QHash<uint32_t, outcome_t> outcomes;
-    QHash<uint32_t, int> first_request;
-    QVector<const register_entry_t*> wanted;
+    // One slot per distinct id; an id the request repeats is read once and reported each time.
+    QHash<uint32_t, int> slot_of;
+    slot_of.reserve(int(params.size()));
+    QVector<int> slot_at(params.size());
+    QVector<outcome_t> outcomes;
+    QVector<planned_t> wanted;
     for (int i = 0; i < params.size(); ++i) {
         const uint32_t id = params[i];
-        if (outcomes.contains(id) || first_request.contains(id))
+        const auto known = slot_of.constFind(id);
+        if (known != slot_of.constEnd()) {
+            slot_at[i] = *known;
             continue;
-        if (const register_entry_t* entry = _map.find(id)) {
-            first_request.insert(id, i);
-            wanted.append(entry);
-        } else {
-            outcomes.insert(id, {true, {}, failure_of([&] { _entry(id); })});
         }
+        const int slot = int(outcomes.size());
+        slot_of.insert(id, slot);
+        slot_at[i] = slot;
+        outcomes.append(outcome_t());
+        if (const register_entry_t* entry = _map.find(id))
+            wanted.append({entry, slot});
+        else
+            outcomes[slot] = {true, {}, failure_of([&] { _entry(id); })};
     }
 
-    // Reports, in request order, every id whose outcome is known up to the first that is not.
+    // Reports, in request order, every id whose outcome is known, up to the first that is not
+    // (or past it, with @p skip_unknown).
     int next = 0;
     const auto report = [&](bool skip_unknown) {
         for (; next < params.size(); ++next) {
-            const uint32_t id = params[next];
-            const outcome_t outcome = outcomes.value(id);
+            const outcome_t& outcome = outcomes[slot_at[next]];
             if (!outcome.known && !skip_unknown)
                 return;
             if (outcome.error)
-                emit on_get_param_request_error(id, *outcome.error);
+                emit on_get_param_request_error(params[next], *outcome.error);
             else if (outcome.known)
-                _cache_parameter_and_emit_signal(id, outcome.value);
+                _cache_parameter_and_emit_signal(params[next], outcome.value);
         }
-    };
-    const auto read_alone = [&](const register_entry_t* e) {
-        outcome_t& outcome = outcomes[e->id];
-        outcome.known = true;
-        outcome.error = failure_of([&] { outcome.value = _read_entry(*e); });
     };
 
     report(false);
-    for (const block_t& block : plan_blocks(wanted, first_request)) {
+    for (const block_t& block : plan_blocks(wanted)) {
         if (!running)
             break;
         QVector<uint16_t> words;
         bool exception_reply = false;
         const std::optional<error_descriptor> error = failure_of(
             [&] { words = _modbus->read(block.table, block.start, block.count); }, &exception_reply);
-        if (error && exception_reply && block.entries.size() > 1) {
-            // One parameter may be the cause: each of the others still gets its value.
-            for (const register_entry_t* e : block.entries) {
+        for (const planned_t& p : block.members) {
+            outcome_t& outcome = outcomes[p.slot];
+            if (error && exception_reply && block.members.size() > 1) {
+                // One parameter may be the cause: each of the others still gets its value.
                 if (!running)
                     break;
-                read_alone(e);
+                outcome.error = failure_of([&] { outcome.value = _read_entry(*p.entry); });
+            } else if (error) {
+                outcome.error = error;
+            } else {
+                outcome.value = p.entry->decode(words.mid(p.entry->address - block.start, p.entry->size));
             }
-        } else {
-            for (const register_entry_t* e : block.entries) {
-                const QVector<uint16_t> own =
-                    error ? QVector<uint16_t>() : words.mid(e->address - block.start, e->size);
-                outcomes.insert(e->id, {true, error ? QVariant() : e->decode(own), error});
-            }
+            outcome.known = true;
         }
         report(false);
     }

@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// A Modbus read sweep over loopback TCP: what the worker adds to bare Qt, and what grouping gains.
+//
+//   cmake --build build --target bench_modbus qz-modbus-device && build/bench/bench_modbus
+//
+// The device is qz-modbus-device on 127.0.0.1, serving 1,000 holding-register parameters, uint16
+// and int32 by turns, contiguous (1,500 registers). Timed, in interleaved runs, all in one thread:
+//   worker   modbus_worker's read sweep of all 1,000 ids as one operation (settings, connect,
+//            the blocks, decoding, the cache, a signal per value, disconnect);
+//   bare     a QModbusTcpClient that connects, sends the same blocks one after another, decodes
+//            nothing, and disconnects;
+//   single   the same worker reading one request per parameter.
+// Prints the medians, worker/bare (target: at most 1.3) and single/worker, the speed-up. For
+// reference it also times the worker in a thread of its own with every value received in the
+// main thread: the hand-over of 1,000 queued signals, which bench_worker measures by itself.
+#include "bench_util.h"
+
+#include <qzgui/modbus/modbus_module.h>
+#include <qzgui/modbus/modbus_worker.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QModbusTcpClient>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QUrl>
+
+#include <cstdio>
+#include <memory>
+
+using qz::gui::sat_worker;
+
+namespace {
+
+constexpr int parameters = 1000;
+constexpr int runs = 21;
+
+// The worker with its sweep callable in this thread; with @p grouped false it reads one request
+// per parameter, the library's plain sweep.
+class bench_worker : public qz::modbus::modbus_worker {
+public:
+    bench_worker(qz::modbus::modbus_module* module, const qz::modbus::register_map& map, bool grouped)
+        : modbus_worker(nullptr, module, map)
+        , _grouped(grouped)
+    {}
+
+    void sweep(const QVector<uint32_t>& ids) { _get_params(ids); }
+
+protected:
+    void _get_params(const QVector<uint32_t>& ids) override
+    {
+        if (_grouped)
+            modbus_worker::_get_params(ids);
+        else
+            sat_worker::_get_params(ids);
+    }
+
+private:
+    bool _grouped;
+};
+
+QByteArray map_text()
+{
+    QByteArray text = "{\"version\": 1, \"parameters\": [\n";
+    int address = 0;
+    for (int i = 0; i < parameters; ++i) {
+        const bool wide = i % 2;
+        text += QStringLiteral("{\"id\": %1, \"table\": \"holding\", \"address\": %2, \"type\": \"%3\", \"initial\": %4}%5\n")
+                    .arg(i + 1)
+                    .arg(address)
+                    .arg(wide ? QStringLiteral("int32") : QStringLiteral("uint16"))
+                    .arg(wide ? -i * 1000 : i)
+                    .arg(i + 1 < parameters ? QStringLiteral(",") : QString())
+                    .toUtf8();
+        address += wide ? 2 : 1;
+    }
+    return text + "]}\n";
+}
+
+// Milliseconds of one sweep by @p worker, called in this thread; -1 when not every value came.
+double time_direct(bench_worker* worker, const QVector<uint32_t>& ids)
+{
+    int values = 0;
+    const auto counted = QObject::connect(worker, &sat_worker::on_get_param, worker, [&] { ++values; });
+    QElapsedTimer clock;
+    clock.start();
+    worker->sweep(ids);
+    const double ms = clock.nsecsElapsed() / 1e6;
+    QObject::disconnect(counted);
+    return values == ids.size() ? ms : -1;
+}
+
+// Milliseconds of one sweep by @p worker, living in another thread, with every value received in
+// this one; -1 when not every value came.
+double time_queued(sat_worker* worker, const QVector<uint32_t>& ids)
+{
+    int values = 0;
+    QEventLoop loop;
+    const auto counted = QObject::connect(worker, &sat_worker::on_get_param, &loop, [&] { ++values; });
+    const auto ended = QObject::connect(worker, &sat_worker::on_operation_control, &loop,
+                                        [&](sat_worker::operation_type_e, sat_worker::operation_status_e s) {
+                                            if (s == sat_worker::status_end)
+                                                loop.quit();
+                                        });
+    QElapsedTimer clock;
+    clock.start();
+    emit worker->get_params(ids);
+    loop.exec();
+    const double ms = clock.nsecsElapsed() / 1e6;
+    QObject::disconnect(counted);
+    QObject::disconnect(ended);
+    return values == ids.size() ? ms : -1;
+}
+
+// Whether a bare Qt client, made here, connected, read the blocks and disconnected.
+bool bare_sweep(const QString& host, int port, const QVector<QPair<int, int>>& blocks)
+{
+    QModbusTcpClient client;
+    client.setConnectionParameter(QModbusDevice::NetworkAddressParameter, host);
+    client.setConnectionParameter(QModbusDevice::NetworkPortParameter, port);
+    QEventLoop loop;
+    QObject::connect(&client, &QModbusDevice::stateChanged, &loop, &QEventLoop::quit);
+    if (!client.connectDevice())
+        return false;
+    while (client.state() == QModbusDevice::ConnectingState)
+        loop.exec();
+    if (client.state() != QModbusDevice::ConnectedState)
+        return false;
+    for (const auto& [start, count] : blocks) {
+        const std::unique_ptr<QModbusReply> reply(
+            client.sendReadRequest({QModbusDataUnit::HoldingRegisters, start, quint16(count)}, 1));
+        if (!reply)
+            return false;
+        if (!reply->isFinished()) {
+            QObject::connect(reply.get(), &QModbusReply::finished, &loop, &QEventLoop::quit);
+            loop.exec();
+        }
+        if (reply->error() != QModbusDevice::NoError)
+            return false;
+    }
+    client.disconnectDevice();
+    return true;
+}
+
+// Milliseconds of the same blocks sent by a bare Qt client, its teardown included as the worker's
+// disconnect is; -1 on a failure.
+double time_bare(const QString& host, int port, const QVector<QPair<int, int>>& blocks)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const bool ok = bare_sweep(host, port, blocks);
+    return ok ? clock.nsecsElapsed() / 1e6 : -1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QTemporaryDir dir;
+    QCoreApplication::setOrganizationName(QStringLiteral("qzgui-bench"));
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
+    qz::gui::register_meta_types();
+
+    const QString map_path = dir.filePath(QStringLiteral("map.json"));
+    QFile map_file(map_path);
+    if (!map_file.open(QIODevice::WriteOnly) || map_file.write(map_text()) < 0)
+        return 1;
+    map_file.close();
+    const auto map = qz::modbus::register_map::load(map_path);
+
+    // The device; its log is read and dropped as it comes, so that its pipe never fills.
+    QProcess device;
+    device.setProgram(QCoreApplication::applicationDirPath() + QStringLiteral("/../tools/qz-modbus-device"));
+    device.setArguments({QStringLiteral("--listen"), QStringLiteral("tcp://127.0.0.1:0"), QStringLiteral("--map"), map_path});
+    device.start();
+    QString address;
+    while (address.isEmpty() && device.waitForReadyRead(30000)) {
+        const QString line = QString::fromUtf8(device.readLine()).trimmed();
+        if (line.startsWith(QLatin1String("listening on ")))
+            address = line.mid(13);
+    }
+    if (address.isEmpty()) {
+        std::fprintf(stderr, "bench_modbus: the device did not start (%s)\n", qPrintable(device.program()));
+        return 1;
+    }
+    QObject::connect(&device, &QProcess::readyReadStandardOutput, &device, [&] { device.readAllStandardOutput(); });
+    const QUrl url(address);
+
+    // The blocks a grouped sweep sends: as many whole parameters as fit in 125 registers.
+    QVector<QPair<int, int>> blocks;
+    for (const auto& e : map.entries()) {
+        if (blocks.isEmpty() || blocks.last().second + e.size > 125)
+            blocks.append({e.address, 0});
+        blocks.last().second += e.size;
+    }
+
+    qz::modbus::modbus_module module(address);
+    qz::modbus::modbus_module queued_module(address);
+    bench_worker grouped(&module, map, true);
+    bench_worker single(&module, map, false);
+    QThread thread;
+    auto* queued = new qz::modbus::modbus_worker(nullptr, &queued_module, map);
+    queued->moveToThread(&thread);
+    thread.start();
+
+    std::vector<double> worker_ms, bare_ms, single_ms, queued_ms;
+    for (int run = 0; run < runs; ++run) {
+        worker_ms.push_back(time_direct(&grouped, map.ids()));
+        bare_ms.push_back(time_bare(url.host(), url.port(), blocks));
+        single_ms.push_back(time_direct(&single, map.ids()));
+        queued_ms.push_back(time_queued(queued, map.ids()));
+    }
+    thread.quit();
+    thread.wait();
+    delete queued;
+    device.terminate();
+    device.waitForFinished(10000);
+
+    for (const auto* series : {&worker_ms, &bare_ms, &single_ms, &queued_ms})
+        for (const double ms : *series)
+            if (ms < 0) {
+                std::fprintf(stderr, "bench_modbus: a sweep failed\n");
+                return 1;
+            }
+    const double worker = qz::bench::median(worker_ms);
+    const double bare = qz::bench::median(bare_ms);
+    const double one_by_one = qz::bench::median(single_ms);
+    std::printf("read sweep of %d parameters (%d blocks) over loopback TCP, median of %d runs\n", parameters,
+                int(blocks.size()), runs);
+    std::printf("  modbus_worker, grouped:        %8.2f ms\n", worker);
+    std::printf("  bare QModbusTcpClient:         %8.2f ms\n", bare);
+    std::printf("  modbus_worker, one per id:     %8.2f ms\n", one_by_one);
+    std::printf("  modbus_worker in its thread, values received here: %.2f ms\n", qz::bench::median(queued_ms));
+    std::printf("worker / bare: %.2f (target: at most 1.3)\n", worker / bare);
+    std::printf("speed-up of grouping: %.1fx\n", one_by_one / worker);
+    return 0;
+}
