@@ -43,3 +43,7 @@ run(${CMAKE_COMMAND} ${args})
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/build" --parallel 2)
 set(ENV{QT_QPA_PLATFORM} offscreen)
 run("${WORK_DIR}/build/qzgui_consumer")
+# The Modbus companion library comes with the package wherever it was built.
+if(EXPECT_MODBUS)
+    run("${WORK_DIR}/build/qzgui_modbus_consumer")
+endif()
