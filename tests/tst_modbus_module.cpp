@@ -184,6 +184,20 @@ private slots:
         QCOMPARE(e.get_type(), media_exception::not_open);
     }
 
+    void a_stop_between_calls_ends_the_next_call_only_until_a_connect()
+    {
+        modbus_module module(tcp());
+        module.set_config(short_config());
+        module.connect();
+        module.abort(); // no call in progress: the next one is stopped
+        QCOMPARE(thrown<media_exception>([&] { module.read(holding, 0, 1); }).get_type(), media_exception::stopped);
+        QCOMPARE(module.read(holding, 0, 1).size(), 1);
+        module.abort();
+        module.disconnect();
+        module.connect(); // a new operation: the earlier stop is spent
+        QCOMPARE(module.read(holding, 0, 1).size(), 1);
+    }
+
     void exception_responses_map_onto_protocol_kinds_data()
     {
         QTest::addColumn<int>("code");

@@ -256,6 +256,11 @@ QString modbus_module::address() const
 
 void modbus_module::connect()
 {
+    // A connect begins an operation: a stop that came after the last call ended is spent.
+    {
+        std::lock_guard<std::mutex> guard(d->lock);
+        d->aborted = false;
+    }
     if (d->client && d->client->state() == QModbusDevice::ConnectedState)
         return;
     disconnect();

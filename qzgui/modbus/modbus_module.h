@@ -49,11 +49,13 @@ public:
     /// Closes the connection, if one is open.
     ~modbus_module() override;
 
-    /// Opens the connection; waits up to timeout_l. @throws media_exception no_device
+    /// Opens the connection; waits up to timeout_l. A stop that came before is spent here.
+    /// @throws media_exception no_device
     void connect() override;
     /// Closes the connection; nothing happens when none is open.
     void disconnect() override;
-    /// Ends the call in progress with media_exception::stopped; callable from any thread.
+    /// Ends the call in progress with media_exception::stopped; callable from any thread. Without
+    /// one, the next call of the same operation ends so.
     void abort() override;
     /// @return the transport's settings record (its mode is not used by Modbus)
     qz::api::proto::qz_media& media() override;
