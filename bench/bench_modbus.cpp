@@ -68,7 +68,8 @@ QByteArray map_text()
     int address = 0;
     for (int i = 0; i < parameters; ++i) {
         const bool wide = i % 2;
-        text += QStringLiteral("{\"id\": %1, \"table\": \"holding\", \"address\": %2, \"type\": \"%3\", \"initial\": %4}%5\n")
+        text += QStringLiteral("{\"id\": %1, \"table\": \"holding\", \"address\": %2, \"type\": \"%3\", "
+                               "\"initial\": %4}%5\n")
                     .arg(i + 1)
                     .arg(address)
                     .arg(wide ? QStringLiteral("int32") : QStringLiteral("uint16"))
@@ -175,7 +176,8 @@ int main(int argc, char** argv)
     // The device; its log is read and dropped as it comes, so that its pipe never fills.
     QProcess device;
     device.setProgram(QCoreApplication::applicationDirPath() + QStringLiteral("/../tools/qz-modbus-device"));
-    device.setArguments({QStringLiteral("--listen"), QStringLiteral("tcp://127.0.0.1:0"), QStringLiteral("--map"), map_path});
+    device.setArguments(
+        {QStringLiteral("--listen"), QStringLiteral("tcp://127.0.0.1:0"), QStringLiteral("--map"), map_path});
     device.start();
     QString address;
     while (address.isEmpty() && device.waitForReadyRead(30000)) {
@@ -187,7 +189,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "bench_modbus: the device did not start (%s)\n", qPrintable(device.program()));
         return 1;
     }
-    QObject::connect(&device, &QProcess::readyReadStandardOutput, &device, [&] { device.readAllStandardOutput(); });
+    QObject::connect(&device, &QProcess::readyReadStandardOutput, &device,
+                     [&] { device.readAllStandardOutput(); });
     const QUrl url(address);
 
     // The blocks a grouped sweep sends: as many whole parameters as fit in 125 registers.
@@ -234,7 +237,8 @@ int main(int argc, char** argv)
     std::printf("  modbus_worker, grouped:        %8.2f ms\n", worker);
     std::printf("  bare QModbusTcpClient:         %8.2f ms\n", bare);
     std::printf("  modbus_worker, one per id:     %8.2f ms\n", one_by_one);
-    std::printf("  modbus_worker in its thread, values received here: %.2f ms\n", qz::bench::median(queued_ms));
+    std::printf("  modbus_worker in its thread, values received here: %.2f ms\n",
+                qz::bench::median(queued_ms));
     std::printf("worker / bare: %.2f (target: at most 1.3)\n", worker / bare);
     std::printf("speed-up of grouping: %.1fx\n", one_by_one / worker);
     return 0;

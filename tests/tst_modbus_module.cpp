@@ -190,7 +190,8 @@ private slots:
         module.set_config(short_config());
         module.connect();
         module.abort(); // no call in progress: the next one is stopped
-        QCOMPARE(thrown<media_exception>([&] { module.read(holding, 0, 1); }).get_type(), media_exception::stopped);
+        QCOMPARE(thrown<media_exception>([&] { module.read(holding, 0, 1); }).get_type(),
+                 media_exception::stopped);
         QCOMPARE(module.read(holding, 0, 1).size(), 1);
         module.abort();
         module.disconnect();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Modbus RTU on a real serial line: the device simulator on one end of a pseudo-terminal pair made
-// by socat, the worker (or qzparam) on the other.
+// by socat, the worker on the other. (qzparam's turn on such a line is in tst_qzparam.)
 #include "modbus_fixture.h"
 #include "worker_fixture.h"
 
@@ -149,25 +149,6 @@ private slots:
         const QStringList lines = log.take();
         QCOMPARE(lines.size(), 6);
         QVERIFY2(lines[3].startsWith(QLatin1String("get_error 21 media 6 ")), qPrintable(lines[3]));
-    }
-
-    void qzparam_reads_and_writes_over_the_line()
-    {
-        const auto qzparam = [&](const QStringList& command) {
-            QProcess process;
-            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(QStringLiteral("XDG_CONFIG_HOME"), _dir.filePath(QStringLiteral("config")));
-            process.setProcessEnvironment(environment);
-            process.start(QStringLiteral(QZGUI_QZPARAM),
-                          QStringList{"--device", _client(3), "--map", _map, "--timeout", "2000"} + command);
-            if (!process.waitForFinished(60000))
-                process.kill();
-            return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
-        };
-        QCOMPARE(qzparam({"write", "0x10=513"}), QStringLiteral("0x0010 = 513\n"));
-        QCOMPARE(qzparam({"read", "0x10", "0x12", "0x13"}),
-                 QStringLiteral("0x0010 = 513\n0x0012 = true\n0x0013 = rtu\n"));
-        QCOMPARE(qzparam({"write", "0x10=12"}), QStringLiteral("0x0010 = 12\n"));
     }
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// qzparam and qz-modbus-device as a user runs them: two processes talking Modbus TCP on 127.0.0.1.
+// qzparam and qz-modbus-device as a user runs them: two processes talking Modbus TCP on 127.0.0.1,
+// or RTU over a pseudo-terminal pair made by socat.
 #include "modbus_fixture.h"
 
 #include <QProcessEnvironment>
@@ -310,6 +311,28 @@ private slots:
         QCOMPARE(process.exitCode(), 2);
         const QString err = QString::fromUtf8(process.readAllStandardError());
         QVERIFY2(err.startsWith(message), qPrintable(err));
+    }
+
+    void reads_and_writes_over_a_serial_line()
+    {
+        qz::test::pty_pair line;
+        const QString fault = line.start();
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        device_process device;
+        QVERIFY(device.start(_map, QStringLiteral("rtu:%1?baud=19200&unit=5").arg(line.first())));
+        const QStringList on_line{
+            QStringLiteral("--device"),  QStringLiteral("rtu:%1?baud=19200&unit=5").arg(line.second()),
+            QStringLiteral("--map"),     _map,
+            QStringLiteral("--timeout"), QStringLiteral("2000")};
+        run_t run = _qzparam(on_line + QStringList{"write", "0x10=513"});
+        QCOMPARE(run.out, QStringList{"0x0010 = 513"});
+        QCOMPARE(run.status, 0);
+        run = _qzparam(on_line + QStringList{"read", "0x10", "0x13", "0x14"});
+        QCOMPARE(run.out, QStringList({"0x0010 = 513", "0x0013 = true", "0x0014 = pump 1"}));
+        QCOMPARE(run.status, 0);
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 5: write holding 0 to 0: ok", "unit 5: read holding 0 to 0: ok",
+                              "unit 5: read coil 0 to 0: ok", "unit 5: read holding 3 to 6: ok"}));
     }
 
     void a_late_answer_still_arrives()
