@@ -184,6 +184,8 @@ struct modbus_module::private_t {
         if (!reply->isFinished())
             wait_for(reply, &QModbusReply::finished);
         const QString qt_text = reply->errorString();
+        if (reply->error() == invalid_response_error)
+            malformed(place(), qt_text);
         switch (reply->error()) {
         case QModbusDevice::NoError:
             break;
@@ -210,9 +212,6 @@ struct modbus_module::private_t {
                                       .arg(exception_name(code))
                                       .toStdString());
         }
-        case QModbusDevice::UnknownError:
-            // Qt's word for a reply that arrived but does not decode as an answer to the request.
-            malformed(place(), qt_text);
         case QModbusDevice::ConnectionError:
         case QModbusDevice::ReplyAbortedError:
             throw media_exception(
