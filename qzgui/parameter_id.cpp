@@ -93,4 +93,9 @@ QString parameter_id_text(uint32_t id)
     return QString::fromLatin1(text, int(sizeof text));
 }
 
+QString short_parameter_id_text(uint32_t id)
+{
+    return QLatin1String("0x") + QString::number(id, 16).toUpper().rightJustified(4, QLatin1Char('0'));
+}
+
 } // namespace qz::gui

@@ -26,6 +26,9 @@ std::optional<uint32_t> parse_parameter_id_text(const QString& text);
 /// @return @p id as "0x" and eight upper-case hexadecimal digits, the way files write it
 QString parameter_id_text(uint32_t id);
 
+/// @return @p id as "0x" and at least four upper-case hexadecimal digits, the way the tools print it
+QString short_parameter_id_text(uint32_t id);
+
 } // namespace qz::gui
 
 #endif

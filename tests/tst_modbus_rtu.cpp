@@ -2,6 +2,7 @@
 // Modbus RTU on a real serial line: the device simulator on one end of a pseudo-terminal pair made
 // by socat, the worker on the other. (qzparam's turn on such a line is in tst_qzparam.)
 #include "modbus_fixture.h"
+#include "modbus_worker_fixture.h"
 #include "worker_fixture.h"
 
 #include <qzgui/modbus/modbus_module.h>
@@ -13,16 +14,11 @@
 
 using namespace std::chrono_literals;
 using qz::test::device_process;
+using qz::test::probe_worker;
 using qz::test::recorder;
+using qz::test::run_sweep;
 
 namespace {
-
-class probe_worker : public qz::modbus::modbus_worker {
-public:
-    using modbus_worker::_get_params;
-    using modbus_worker::modbus_worker;
-    using sat_worker::_set_params;
-};
 
 const QByteArray map_text = R"({"version": 1, "parameters": [
     {"id": "0x10", "table": "holding", "address": 0, "type": "uint16", "initial": 12},
@@ -47,19 +43,6 @@ class tst_modbus_rtu : public QObject {
     QString _client(int unit) const
     {
         return QStringLiteral("rtu:%1?baud=19200&parity=even&unit=%2").arg(_line.second()).arg(unit);
-    }
-
-    // Runs @p sweep on @p worker in a thread of its own, then hands the worker back to this thread.
-    static bool run(probe_worker& worker, const std::function<void()>& sweep)
-    {
-        QThread* const home = QThread::currentThread();
-        qz::test::test_thread thread([&] {
-            sweep();
-            worker.moveToThread(home);
-        });
-        thread.adopt(worker);
-        thread.start();
-        return thread.finished_within(120s);
     }
 
 private slots:
@@ -89,7 +72,7 @@ private slots:
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
         recorder log(worker);
         const int before = _device.requests().size();
-        QVERIFY(run(worker, [&] { worker._get_params({0x13, 0x10, 0x12, 0x11}); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params({0x13, 0x10, 0x12, 0x11}); }));
         QCOMPARE(
             log.take(),
             QStringList({"begin read", "state connecting", "state connected", "get 19 = rtu", "get 16 = 12",
@@ -97,13 +80,15 @@ private slots:
         QCOMPARE(_device.requests().mid(before),
                  QStringList({"unit 3: read holding 0 to 5: ok", "unit 3: read discrete 4 to 4: ok"}));
 
-        QVERIFY(run(worker, [&] { worker._set_params({{0x11, 70000}, {0x13, QStringLiteral("abcdef")}}); }));
-        QVERIFY(run(worker, [&] { worker._get_params({0x11, 0x13}); }));
+        QVERIFY(run_sweep(worker, [&] {
+            worker._set_params({{0x11, 70000}, {0x13, QStringLiteral("abcdef")}});
+        }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params({0x11, 0x13}); }));
         const QStringList lines = log.take();
         QVERIFY2(lines.contains(QStringLiteral("get 17 = 70000"))
                      && lines.contains(QStringLiteral("get 19 = abcdef")),
                  qPrintable(lines.join(QLatin1Char('\n'))));
-        QVERIFY(run(worker, [&] { worker._set_params({{0x11, -5}, {0x13, QStringLiteral("rtu")}}); }));
+        QVERIFY(run_sweep(worker, [&] { worker._set_params({{0x11, -5}, {0x13, QStringLiteral("rtu")}}); }));
     }
 
     void faults_over_the_line()
@@ -111,7 +96,7 @@ private slots:
         qz::modbus::modbus_module module(_client(3));
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
         recorder log(worker);
-        QVERIFY(run(worker, [&] { worker._get_params({0x14, 0x15}); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params({0x14, 0x15}); }));
         const QStringList lines = log.take();
         // One block, refused; read again one by one: an exception, then no answer.
         QCOMPARE(lines.size(), 7);
@@ -125,7 +110,7 @@ private slots:
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map));
         recorder log(worker);
         const int before = _device.requests().size();
-        QVERIFY(run(worker, [&] { worker._get_params({0x10}); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params({0x10}); }));
         const QStringList lines = log.take();
         QCOMPARE(lines.size(), 6);
         QVERIFY2(lines[3].startsWith(QLatin1String("get_error 16 media 4 ")), qPrintable(lines[3]));

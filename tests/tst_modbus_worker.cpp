@@ -2,6 +2,7 @@
 // The Modbus worker against the project's device simulator on 127.0.0.1: grouped sweeps, the
 // order of reports, faults the device was told to show, stop, writes and the value cache.
 #include "modbus_fixture.h"
+#include "modbus_worker_fixture.h"
 #include "worker_fixture.h"
 
 #include <qzgui/modbus/modbus_module.h>
@@ -14,18 +15,11 @@
 
 using namespace std::chrono_literals;
 using qz::test::device_process;
+using qz::test::probe_worker;
 using qz::test::recorder;
+using qz::test::run_sweep;
 
 namespace {
-
-// The worker's sweeps opened up, so a test thread can run one by a direct call.
-class probe_worker : public qz::modbus::modbus_worker {
-public:
-    using modbus_worker::_get_params;
-    using modbus_worker::modbus_worker;
-    using sat_worker::_emit_param_value_from_cache;
-    using sat_worker::_set_params;
-};
 
 const QByteArray mixed_map = R"({"version": 1, "parameters": [
     {"id": "0x10", "table": "holding", "address": 0, "type": "uint16", "initial": 12},
@@ -71,20 +65,6 @@ class tst_modbus_worker : public QObject {
         return qz::test::write_text(path, text) ? path : QString();
     }
 
-    // Runs @p sweep on @p worker in a thread of its own and waits for its end.
-    static bool run(probe_worker& worker, const std::function<void()>& sweep)
-    {
-        // Back to this thread at the end, so that the next sweep may take it to another.
-        QThread* const home = QThread::currentThread();
-        qz::test::test_thread thread([&] {
-            sweep();
-            worker.moveToThread(home);
-        });
-        thread.adopt(worker);
-        thread.start();
-        return thread.finished_within(120s);
-    }
-
 private slots:
     void init()
     {
@@ -105,7 +85,7 @@ private slots:
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(map_path));
         recorder log(worker);
         const QVector<uint32_t> ids{0x13, 0x10, 0x99, 0x12, 0x14, 0x11, 0x15, 0x16, 0x17, 0x10};
-        QVERIFY(run(worker, [&] { worker._get_params(ids); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params(ids); }));
 
         QCOMPARE(kinds_only(log.take()),
                  framed("read",
@@ -131,7 +111,7 @@ private slots:
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
         recorder log(worker);
-        QVERIFY(run(worker, [&] { worker._get_params(map.ids()); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
 
         QStringList body;
         for (int i = 0; i < 1000; ++i)
@@ -167,7 +147,7 @@ private slots:
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
         recorder log(worker);
-        QVERIFY(run(worker, [&] { worker._get_params(map.ids()); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
 
         QStringList body;
         for (int i = 0; i < 20; ++i)
@@ -190,7 +170,7 @@ private slots:
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
         recorder log(worker);
-        QVERIFY(run(worker, [&] { worker._get_params(map.ids()); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
         const QStringList lines = log.take();
         QCOMPARE(kinds_only(lines),
                  framed("read",
@@ -209,7 +189,7 @@ private slots:
             device.address().replace(QLatin1String("unit=1"), QLatin1String("unit=7")));
         probe_worker stranger(nullptr, &other_unit, map);
         recorder stranger_log(stranger);
-        QVERIFY(run(stranger, [&] { stranger._get_params({0x1006}); }));
+        QVERIFY(run_sweep(stranger, [&] { stranger._get_params({0x1006}); }));
         QCOMPARE(kinds_only(stranger_log.take()), framed("read", {"get_error 4102 media 4"}));
         QVERIFY(!device.requests().filter(QStringLiteral("unit 7: not this device's unit")).isEmpty());
     }
@@ -223,7 +203,7 @@ private slots:
         qz::modbus::modbus_module module(address);
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(_map_file(mixed_map)));
         recorder log(worker);
-        QVERIFY(run(worker, [&] { worker._get_params({0x10}); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params({0x10}); }));
         QCOMPARE(kinds_only(log.take()),
                  QStringList({"begin read", "state connecting", "connection_error media 1",
                               "state disconnected", "state disconnected", "end read"}));
@@ -266,7 +246,7 @@ private slots:
             {0x10, 99},                          // an int for a uint16: converts exactly
             {0x13, false},
             {0x18, 1.26}}; // scaled: rounded to what the device holds
-        QVERIFY(run(worker, [&] { worker._set_params(writes); }));
+        QVERIFY(run_sweep(worker, [&] { worker._set_params(writes); }));
         QCOMPARE(kinds_only(log.take()),
                  framed("write",
                         {"set_error 22 proto 5", "set_error 16 proto 5", "set_error 153 proto 5",
@@ -279,7 +259,7 @@ private slots:
         QVERIFY(worker._emit_param_value_from_cache(0x18));
         QCOMPARE(log.take(), QStringList{"get 24 = 1.3"});
 
-        QVERIFY(run(worker, [&] { worker._get_params({0x10, 0x13, 0x18, 0x16}); }));
+        QVERIFY(run_sweep(worker, [&] { worker._get_params({0x10, 0x13, 0x18, 0x16}); }));
         QCOMPARE(log.take(), framed("read", {"get 16 = 99", "get 19 = false", "get 24 = 1.3", "get 22 = 7"}));
     }
 };

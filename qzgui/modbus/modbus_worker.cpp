@@ -9,7 +9,6 @@
 #include <module_api/proto_exception.h>
 
 #include <QHash>
-#include <QSet>
 
 #include <algorithm>
 #include <functional>

@@ -38,12 +38,6 @@ int index_of(const char* const (&names)[N], const QString& name)
     return -1;
 }
 
-// "0x" and at least four upper-case digits, as the tools print ids.
-QString hex_id(uint32_t id)
-{
-    return QLatin1String("0x") + QString::number(id, 16).toUpper().rightJustified(4, QLatin1Char('0'));
-}
-
 // @p number as the entry's value when it is one the entry's type can hold exactly (whole and in
 // range for an unscaled integer type).
 std::optional<QVariant> exact_value(const register_entry_t& entry, double number);
@@ -272,8 +266,9 @@ struct loader {
 
     [[noreturn]] void fail_at(int position, const std::optional<uint32_t>& id, const QString& text) const
     {
-        const QString place = id ? QStringLiteral("parameter %1 (id %2)").arg(position).arg(hex_id(*id))
-                                 : QStringLiteral("parameter %1").arg(position);
+        const QString place = id
+            ? QStringLiteral("parameter %1 (id %2)").arg(position).arg(qz::gui::short_parameter_id_text(*id))
+            : QStringLiteral("parameter %1").arg(position);
         fail(QStringLiteral("%1: %2").arg(place, text));
     }
 
@@ -412,7 +407,8 @@ struct loader {
                 fail_at(later + 1, entries[later].id,
                         QStringLiteral("it overlaps parameter %1 (id %2) in the %3 table")
                             .arg(earlier + 1)
-                            .arg(hex_id(entries[earlier].id), QLatin1String(table_names[e.table])));
+                            .arg(qz::gui::short_parameter_id_text(entries[earlier].id),
+                                 QLatin1String(table_names[e.table])));
             }
         }
     }

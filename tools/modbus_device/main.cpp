@@ -5,6 +5,7 @@
 #include "device_store.h"
 
 #include "../common/quit_signal.h"
+#include "../common/tool_output.h"
 
 #include "qzgui/modbus/device_address.h"
 
@@ -17,21 +18,8 @@
 #include <memory>
 #include <stdexcept>
 
-namespace {
-
-void print(std::FILE* stream, const QString& line)
-{
-    std::fputs(qUtf8Printable(line + QLatin1Char('\n')), stream);
-    std::fflush(stream);
-}
-
-[[noreturn]] void bad_argument(const QString& text)
-{
-    print(stderr, QStringLiteral("qz-modbus-device: %1").arg(text));
-    std::exit(2);
-}
-
-} // namespace
+using qz::tools::bad_argument;
+using qz::tools::print;
 
 int main(int argc, char** argv)
 {

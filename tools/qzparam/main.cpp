@@ -2,6 +2,7 @@
 // qzparam: reads and writes the parameters of a Modbus device from the command line, through the
 // same worker a qzgui application uses.
 #include "../common/quit_signal.h"
+#include "../common/tool_output.h"
 
 #include "qzgui/parameter_id.h"
 
@@ -21,24 +22,12 @@
 
 namespace {
 
-enum exit_e : int { all_done = 0, some_failed = 1, bad_input = 2, no_connection = 3 };
+using qz::gui::short_parameter_id_text;
+using qz::tools::bad_argument;
+using qz::tools::print;
 
-void print(std::FILE* stream, const QString& line)
-{
-    std::fputs(qUtf8Printable(line + QLatin1Char('\n')), stream);
-    std::fflush(stream);
-}
-
-[[noreturn]] void bad_argument(const QString& text)
-{
-    print(stderr, QStringLiteral("qzparam: %1").arg(text));
-    std::exit(bad_input);
-}
-
-QString id_text(uint32_t id)
-{
-    return QLatin1String("0x") + QString::number(id, 16).toUpper().rightJustified(4, QLatin1Char('0'));
-}
+// bad_argument() exits with 2, a bad argument, map or value.
+enum exit_e : int { all_done = 0, some_failed = 1, no_connection = 3 };
 
 // Numbers in the C locale; a double in the shortest form that reads back as the same double.
 QString value_text(const QVariant& value)
@@ -152,8 +141,8 @@ int main(int argc, char** argv)
         const uint32_t id = known_id(word.left(equals));
         const std::optional<QVariant> value = map.find(id)->parse(word.mid(equals + 1));
         if (!value)
-            bad_argument(
-                QStringLiteral("\"%1\" is not a value of %2").arg(word.mid(equals + 1), id_text(id)));
+            bad_argument(QStringLiteral("\"%1\" is not a value of %2")
+                             .arg(word.mid(equals + 1), short_parameter_id_text(id)));
         writes.append({id, *value});
     }
     if (command == QLatin1String("read") && reads.isEmpty())
@@ -176,11 +165,13 @@ int main(int argc, char** argv)
     bool connected = false;
     bool stopped = false;
     const auto failed = [&](uint32_t id, const qz::gui::error_descriptor& err) {
-        print(stderr, QStringLiteral("%1: %2").arg(id_text(id), texts.get_error_descriptor_string(err)));
+        print(stderr,
+              QStringLiteral("%1: %2").arg(short_parameter_id_text(id),
+                                           texts.get_error_descriptor_string(err)));
         status = some_failed;
     };
     const auto value = [&](uint32_t id, const QVariant& v) {
-        print(stdout, id_text(id) + QLatin1String(" = ") + value_text(v));
+        print(stdout, short_parameter_id_text(id) + QLatin1String(" = ") + value_text(v));
     };
     QObject::connect(worker, &worker_t::on_get_param, &app, value);
     QObject::connect(worker, &worker_t::on_set_param, &app, value);

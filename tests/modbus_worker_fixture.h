@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Shared by the Modbus worker tests: the worker with its sweeps opened up, and a sweep run in a
+// thread of its own.
+#ifndef QZGUI_TESTS_MODBUS_WORKER_FIXTURE_H
+#define QZGUI_TESTS_MODBUS_WORKER_FIXTURE_H
+
+#include "test_thread.h"
+
+#include <qzgui/modbus/modbus_worker.h>
+
+#include <QThread>
+
+#include <chrono>
+#include <functional>
+
+namespace qz::test {
+
+/// The worker's sweeps opened up, so a test thread can run one by a direct call.
+class probe_worker : public modbus::modbus_worker {
+public:
+    using modbus_worker::_get_params;
+    using modbus_worker::modbus_worker;
+    using sat_worker::_emit_param_value_from_cache;
+    using sat_worker::_set_params;
+};
+
+/// Runs @p sweep on @p worker in a thread of its own, then hands the worker back to this thread,
+/// so that the next sweep may take it to another. @return whether it ended within two minutes
+inline bool run_sweep(probe_worker& worker, const std::function<void()>& sweep)
+{
+    QThread* const home = QThread::currentThread();
+    test_thread thread([&] {
+        sweep();
+        worker.moveToThread(home);
+    });
+    thread.adopt(worker);
+    thread.start();
+    return thread.finished_within(std::chrono::minutes(2));
+}
+
+} // namespace qz::test
+
+#endif
