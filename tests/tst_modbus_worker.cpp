@@ -84,14 +84,14 @@ private slots:
         qz::modbus::modbus_module module(device.address());
         probe_worker worker(nullptr, &module, qz::modbus::register_map::load(map_path));
         recorder log(worker);
-        const QVector<uint32_t> ids{0x13, 0x10, 0x99, 0x12, 0x14, 0x11, 0x15, 0x16, 0x17, 0x10};
+        const QVector<uint32_t> ids{0x13, 0x10, 0x99, 0x12, 0x14, 0x11, 0x15, 0x16, 0x17, 0x10, 0x99};
         QVERIFY(run_sweep(worker, [&] { worker._get_params(ids); }));
 
         QCOMPARE(kinds_only(log.take()),
                  framed("read",
                         {"get 19 = true", "get 16 = 12", "get_error 153 proto 5", "get 18 = -1.5",
                          "get 20 = pump 1", "get 17 = 50.5", "get 21 = -70000", "get 22 = 7",
-                         "get 23 = false", "get 16 = 12"}));
+                         "get 23 = false", "get 16 = 12", "get_error 153 proto 5"}));
         // One request per table, in the order the request first needs them; none for the unknown id.
         QCOMPARE(device.requests(),
                  QStringList({"unit 1: read coil 0 to 1: ok", "unit 1: read holding 0 to 9: ok",

@@ -242,6 +242,16 @@ private slots:
         // To the bit: QCOMPARE takes doubles that differ in the last place for equal.
         QVERIFY2(decoded.toDouble() == value.toDouble(),
                  qPrintable(QString::number(decoded.toDouble(), 'g', 17)));
+
+        // The same words in the middle of a block read for several entries.
+        words block{0xDEAD};
+        block += encoded;
+        block.append(0xBEEF);
+        const QVariant in_block = e.decode(block.constData() + 1, int(encoded.size()));
+        QCOMPARE(in_block.userType(), value.userType());
+        QCOMPARE(in_block, value);
+        QVERIFY(!e.decode(block.constData() + 1, int(encoded.size()) + 1).isValid());
+        QVERIFY(!e.decode(block.constData(), 0).isValid());
     }
 
     void strings_take_two_characters_per_register()

@@ -8,8 +8,6 @@
 #include <module_api/media_exception.h>
 #include <module_api/proto_exception.h>
 
-#include <QHash>
-
 #include <algorithm>
 #include <functional>
 
@@ -72,10 +70,13 @@ std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool
 // first needs them.
 QVector<block_t> plan_blocks(QVector<planned_t> wanted)
 {
-    std::sort(wanted.begin(), wanted.end(), [](const planned_t& a, const planned_t& b) {
+    const auto by_place = [](const planned_t& a, const planned_t& b) {
         return std::make_pair(a.entry->table, a.entry->address)
             < std::make_pair(b.entry->table, b.entry->address);
-    });
+    };
+    // A map's own order usually is the devices' order already.
+    if (!std::is_sorted(wanted.cbegin(), wanted.cend(), by_place))
+        std::sort(wanted.begin(), wanted.end(), by_place);
     QVector<block_t> blocks;
     for (const planned_t& p : wanted) {
         const register_entry_t* e = p.entry;
@@ -159,27 +160,32 @@ void modbus_worker::_get_params(const QVector<uint32_t>& params)
 
 void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
 {
-    // One slot per distinct id; an id the request repeats is read once and reported each time.
-    QHash<uint32_t, int> slot_of;
-    slot_of.reserve(int(params.size()));
+    // One slot per distinct entry; an id the request repeats is read once and reported each time.
+    // Slots are found by the entry's place in the map, which costs no hashing per id.
+    const register_entry_t* const first_entry = _map.entries().constData();
+    QVector<int> slot_of_entry(_map.entries().size(), -1);
     QVector<int> slot_at(params.size());
     QVector<outcome_t> outcomes;
+    outcomes.reserve(params.size());
     QVector<planned_t> wanted;
+    wanted.reserve(params.size());
     for (int i = 0; i < params.size(); ++i) {
         const uint32_t id = params[i];
-        const auto known = slot_of.constFind(id);
-        if (known != slot_of.constEnd()) {
+        const register_entry_t* entry = _map.find(id);
+        int* known = entry ? &slot_of_entry[int(entry - first_entry)] : nullptr;
+        if (known && *known >= 0) {
             slot_at[i] = *known;
             continue;
         }
         const int slot = int(outcomes.size());
-        slot_of.insert(id, slot);
         slot_at[i] = slot;
-        outcomes.append(outcome_t());
-        if (const register_entry_t* entry = _map.find(id))
+        if (known) {
+            *known = slot;
+            outcomes.append(outcome_t());
             wanted.append({entry, slot});
-        else
-            outcomes[slot] = {true, {}, failure_of([&] { _entry(id); })};
+        } else {
+            outcomes.append({true, {}, failure_of([&] { _entry(id); })});
+        }
     }
 
     // Reports, in request order, every id whose outcome is known, up to the first that is not
@@ -215,7 +221,8 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             } else if (error) {
                 outcome.error = error;
             } else {
-                outcome.value = p.entry->decode(words.mid(p.entry->address - block.start, p.entry->size));
+                outcome.value =
+                    p.entry->decode(words.constData() + (p.entry->address - block.start), p.entry->size);
             }
             outcome.known = true;
         }

@@ -135,16 +135,21 @@ double scaled(double raw, double scale)
 
 QVariant register_entry_t::decode(const QVector<uint16_t>& words) const
 {
-    if (words.size() != size)
+    return decode(words.constData(), int(words.size()));
+}
+
+QVariant register_entry_t::decode(const uint16_t* words, int count) const
+{
+    if (count != size)
         return QVariant();
     if (is_bit())
         return words[0] != 0;
     if (type == type_string) {
         QByteArray bytes;
         bytes.reserve(2 * size);
-        for (const uint16_t w : words) {
-            bytes.append(char(w >> 8));
-            bytes.append(char(w & 0xFF));
+        for (int i = 0; i < count; ++i) {
+            bytes.append(char(words[i] >> 8));
+            bytes.append(char(words[i] & 0xFF));
         }
         while (bytes.endsWith('\0'))
             bytes.chop(1);

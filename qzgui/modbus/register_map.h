@@ -60,6 +60,14 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
     QVariant decode(const QVector<uint16_t>& words) const;
 
     /**
+     * Decodes the value from @p count words starting at @p words, such as the entry's part of a
+     * block read for several entries at once, without copying them out.
+     * @return the value as decode(const QVector<uint16_t>&) gives it; invalid unless @p count is
+     *         size()
+     */
+    QVariant decode(const uint16_t* words, int count) const;
+
+    /**
      * Encodes @p value for the device. Numbers of another type are taken when they convert
      * exactly; a scaled value is divided by the scale and rounded to the nearest raw value.
      * @return size() words (a bit as 0 or 1), or nothing when the value does not fit the type or
