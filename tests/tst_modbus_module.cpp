@@ -168,6 +168,20 @@ private slots:
         }
     }
 
+    void a_control_character_is_refused_and_shown()
+    {
+        // A zero would end the message's C string; it is shown, and the fault still follows.
+        const QString address = QStringLiteral("rtu:/dev/ttyS0") + QChar(0) + QStringLiteral("1?unit=2\n");
+        try {
+            const modbus_module module(address);
+            QFAIL("accepted");
+        } catch (const std::invalid_argument& e) {
+            QCOMPARE(QString::fromUtf8(e.what()),
+                     QStringLiteral("bad device address \"rtu:/dev/ttyS0\\u00001?unit=2\\u000a\": "
+                                    "it holds a control character"));
+        }
+    }
+
     void reads_and_writes_every_table()
     {
         modbus_module module(tcp());

@@ -10,10 +10,26 @@ namespace qz::modbus {
 
 namespace {
 
+bool is_control(QChar c)
+{
+    return c.unicode() < 0x20 || c.unicode() == 0x7F;
+}
+
+// The address as a message can show it: a control character as \uXXXX. A zero would end the
+// message's C string there, fault and all.
+QString shown(const QString& address)
+{
+    QString text;
+    for (const QChar c : address)
+        text +=
+            is_control(c) ? QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')) : QString(c);
+    return text;
+}
+
 [[noreturn]] void bad_address(const QString& address, const QString& fault)
 {
     throw std::invalid_argument(
-        QStringLiteral("bad device address \"%1\": %2").arg(address, fault).toStdString());
+        QStringLiteral("bad device address \"%1\": %2").arg(shown(address), fault).toStdString());
 }
 
 // A whole number in [low, high] written in decimal digits only.
@@ -32,6 +48,9 @@ int setting(const QString& address, const QString& key, const QString& text, int
 
 address_t parse_address(const QString& address, int lowest_port)
 {
+    // A zero or a line break in a host or device name would name another one to the system.
+    if (std::any_of(address.cbegin(), address.cend(), is_control))
+        bad_address(address, QStringLiteral("it holds a control character"));
     address_t a;
     QString query;
     if (address.startsWith(QLatin1String("tcp://"))) {
