@@ -180,6 +180,16 @@ private slots:
                      QStringLiteral("bad device address \"rtu:/dev/ttyS0\\u00001?unit=2\\u000a\": "
                                     "it holds a control character"));
         }
+        // Half a surrogate pair has no UTF-8: shown the same way; a whole pair stays as it is.
+        const QString half = QStringLiteral("x") + QChar(0xDBDB) + QStringLiteral("\U0001F600");
+        try {
+            const modbus_module module(half);
+            QFAIL("accepted");
+        } catch (const std::invalid_argument& e) {
+            QCOMPARE(QString::fromUtf8(e.what()),
+                     QStringLiteral("bad device address \"x\\udbdb\U0001F600\": "
+                                    "it starts with neither tcp:// nor rtu:"));
+        }
     }
 
     void reads_and_writes_every_table()

@@ -15,14 +15,22 @@ bool is_control(QChar c)
     return c.unicode() < 0x20 || c.unicode() == 0x7F;
 }
 
-// The address as a message can show it: a control character as \uXXXX. A zero would end the
-// message's C string there, fault and all.
+// The address as a message can show it: a control character, or half of a surrogate pair, as
+// \uXXXX. A zero would end the message's C string there, fault and all, and UTF-8 has no half pairs.
 QString shown(const QString& address)
 {
     QString text;
-    for (const QChar c : address)
-        text +=
-            is_control(c) ? QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')) : QString(c);
+    for (int i = 0; i < address.size(); ++i) {
+        const QChar c = address.at(i);
+        if (c.isHighSurrogate() && i + 1 < address.size() && address.at(i + 1).isLowSurrogate()) {
+            text += c;
+            text += address.at(++i);
+        } else if (is_control(c) || c.isSurrogate()) {
+            text += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        } else {
+            text += c;
+        }
+    }
     return text;
 }
 
