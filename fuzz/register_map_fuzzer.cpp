@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Loads arbitrary bytes as a register map file and checks that the loader either refuses them,
+// naming the file, or gives a whole map: every rule the format sets holds for every entry.
+//
+// Input: the file's bytes.
+#include "fuzz_check.h"
+
+#include <qzgui/modbus/register_map.h>
+
+#include <QCoreApplication>
+#include <QSet>
+
+#include <cmath>
+#include <stdexcept>
+
+using qz::fuzz::check;
+using namespace qz::modbus;
+
+namespace {
+
+qz::fuzz::input_file* file = nullptr;
+
+void check_entry(const register_map& map, const register_entry_t& e, QSet<uint32_t>& ids,
+                 QVector<QVector<const register_entry_t*>>& used)
+{
+    const QString who = QStringLiteral("id %1").arg(e.id);
+    check(!ids.contains(e.id), "ids are unique", who);
+    ids.insert(e.id);
+    check(map.find(e.id) == &e, "find() gives the entry", who);
+    check(e.table >= coil && e.table <= holding, "the table is known", who);
+    check((e.type == type_bool) == e.is_bit(), "bits are bools and bools are bits", who);
+    const int expected = e.type == type_string ? e.size
+        : (e.type == type_int32 || e.type == type_uint32 || e.type == type_float32) ? 2
+                                                                                   : 1;
+    check(e.size == expected && e.size >= 1 && (e.type != type_string || e.size <= 123), "the size fits the type",
+          who);
+    check(int(e.address) + e.size <= 65536, "the entry ends inside its table", who);
+    check(!(e.table == input || e.table == discrete) || e.read_only, "inputs are read-only", who);
+    check(!e.scale || std::isfinite(*e.scale), "a scale is a number", who);
+    // The registers each entry takes belong to it alone.
+    QVector<const register_entry_t*>& table = used[e.table];
+    for (int r = e.address; r < e.address + e.size; ++r) {
+        check(!table[r], "entries of one table do not overlap", who);
+        table[r] = &e;
+    }
+    if (e.initial.isValid()) {
+        const std::optional<QVector<uint16_t>> words = e.encode(e.initial);
+        check(bool(words), "the initial value fits", who);
+        check(words->size() == e.size, "a value takes the entry's size", who);
+        const QVariant decoded = e.decode(*words);
+        const std::optional<QVector<uint16_t>> again = e.encode(decoded);
+        check(again && *again == *words, "the initial value reads back as it was written", who);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
+{
+    new QCoreApplication(*argc, *argv);
+    file = new qz::fuzz::input_file("register-map.json");
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    file->write(data, size);
+    register_map map;
+    try {
+        map = register_map::load(file->path());
+    } catch (const std::runtime_error& e) {
+        const QString message = QString::fromStdString(e.what());
+        check(message.startsWith(file->path() + QStringLiteral(": ")) && message.size() > file->path().size() + 2,
+              "a refusal names the file and the fault", message);
+        return 0;
+    }
+    QSet<uint32_t> ids;
+    QVector<QVector<const register_entry_t*>> used(4);
+    for (const register_entry_t& e : map.entries()) {
+        QVector<const register_entry_t*>& table = used[qBound(0, int(e.table), 3)];
+        if (table.isEmpty())
+            table.resize(65536);
+        check_entry(map, e, ids, used);
+    }
+    check(map.ids().size() == map.entries().size(), "ids() names every entry");
+    return 0;
+}
