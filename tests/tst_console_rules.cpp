@@ -2,7 +2,8 @@
 // The device console's rules, driven in-process through its real window with clicks and key
 // presses: what the form shows is either on the (simulated) device or a pending change, one
 // request runs at a time, user and device texts stay one log line each, and closing mid-operation
-// ends the log properly. Ends with a seeded random-use run that checks the rules after every action.
+// ends the log properly. tst_console_soak puts the same rules to a long random run.
+#include "console_driver.h"
 #include "console_window.h"
 #include "device_parameters.h"
 #include "temporary_settings.h"
@@ -26,7 +27,6 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSpinBox>
 #include <QtTest>
@@ -37,93 +37,11 @@ using device_console::console_window;
 using qz::sim::simulated_module;
 namespace dc = device_console;
 
+using namespace qz::test::console;
+
 namespace {
 
 constexpr int operation_timeout_ms = 60000;
-
-QStringList file_lines(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));
-    if (!lines.isEmpty() && lines.last().isEmpty())
-        lines.removeLast();
-    return lines;
-}
-
-// The messages of the log file's lines, without time stamp and level.
-QStringList logged_messages(console_window& window)
-{
-    QStringList messages;
-    for (const QString& line : file_lines(window.log().get_log_file_name()))
-        messages << line.mid(31);
-    return messages;
-}
-
-// Every "begin of X operation" is followed by its "end of X operation" before the next begins.
-bool operations_are_closed(const QStringList& messages, QString* problem)
-{
-    QString open;
-    for (const QString& m : messages) {
-        static const QRegularExpression phase(QStringLiteral("^(begin|end) of (\\w+) operation$"));
-        const auto match = phase.match(m);
-        if (!match.hasMatch())
-            continue;
-        if (match.captured(1) == QLatin1String("begin")) {
-            if (!open.isEmpty()) {
-                *problem = QStringLiteral("begin of %1 while %2 was open").arg(match.captured(2), open);
-                return false;
-            }
-            open = match.captured(2);
-        } else if (open != match.captured(2)) {
-            *problem = QStringLiteral("end of %1 without its begin").arg(match.captured(2));
-            return false;
-        } else {
-            open.clear();
-        }
-    }
-    if (!open.isEmpty())
-        *problem = QStringLiteral("%1 never ended").arg(open);
-    return open.isEmpty();
-}
-
-bool underlined(console_window& window, uint32_t id)
-{
-    return window.hint(id)->font().underline();
-}
-
-void click(QPushButton* button)
-{
-    QTest::mouseClick(button, Qt::LeftButton);
-}
-
-// Once the question that closing asks is up, clicks its button with @p text.
-void answer_close_question(const QString& text)
-{
-    auto* poll = new QTimer;
-    QObject::connect(poll, &QTimer::timeout, [poll, text] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        poll->deleteLater();
-        for (QAbstractButton* button : box->buttons())
-            if (button->text().remove(QLatin1Char('&')) == text) {
-                QTest::mouseClick(button, Qt::LeftButton);
-                return;
-            }
-        box->reject(); // a missing button shows as the window left open
-    });
-    poll->start(10);
-}
-
-// Selects all of a field's text and types @p text, as a user does.
-void retype(QWidget* field, const QString& text)
-{
-    field->setFocus();
-    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(field, text);
-}
 
 } // namespace
 
@@ -178,18 +96,8 @@ class tst_console_rules : public QObject {
     // Each bound field either shows what the device holds or is pending.
     void check_form_matches_device(const char* when)
     {
-        const QVector<uint32_t> pending = window().pending_ids();
-        for (const dc::parameter_t& p : dc::parameters()) {
-            if (p.id == dc::id_firmware || p.id == dc::id_level)
-                continue; // shown only, never edited
-            const QVariant shown = window().field_value(p.id);
-            const QVariant held = _module->stored(p.id);
-            QVERIFY2(pending.contains(p.id) || shown == held,
-                     qPrintable(QStringLiteral("%1: %2 shows %3, the device holds %4, not pending")
-                                    .arg(QLatin1String(when), dc::parameter_name(p.id), shown.toString(),
-                                         held.toString())));
-            QCOMPARE(underlined(window(), p.id), pending.contains(p.id));
-        }
+        const QString problem = form_mismatch(window(), *_module);
+        QVERIFY2(problem.isEmpty(), qPrintable(QStringLiteral("%1: %2").arg(QLatin1String(when), problem)));
     }
 
 private slots:
@@ -565,78 +473,6 @@ private slots:
         // Asked again, the user discards.
         answer_close_question(QStringLiteral("Discard"));
         QVERIFY(window().close());
-    }
-
-    void random_use_keeps_form_and_device_in_step()
-    {
-        const QByteArray given = qgetenv("QZGUI_RANDOM_SEED");
-        const quint32 seed = given.isEmpty() ? QRandomGenerator::global()->generate() : given.toUInt();
-        qInfo("random use: seed %u (QZGUI_RANDOM_SEED=%u replays this run)", seed, seed);
-        QRandomGenerator random(seed);
-        const int actions = 400;
-        read();
-        for (int i = 0; i < actions; ++i) {
-            const QString step = QStringLiteral("action %1 (seed %2)").arg(i).arg(seed);
-            switch (random.bounded(12)) {
-            case 0:
-            case 1:
-                retype(window().gain_field(), QString::number(random.bounded(0, 70)));
-                break;
-            case 2:
-                retype(window().field(dc::id_frequency),
-                       QString::number(random.bounded(400000, 470000) / 1000.0, 'f', 3));
-                break;
-            case 3: {
-                auto* mode = window().field(dc::id_mode);
-                mode->setFocus();
-                QTest::keyClick(mode, random.bounded(2) ? Qt::Key_End : Qt::Key_Down);
-                break;
-            }
-            case 4:
-                retype(window().name_field(), QStringLiteral("unit %1").arg(random.bounded(100)));
-                break;
-            case 5:
-                QTest::mouseClick(window().output_field(), Qt::LeftButton, {},
-                                  QPoint(4, window().output_field()->height() / 2));
-                break;
-            case 6:
-                click(window().read_button());
-                break;
-            case 7:
-                click(window().write_button());
-                break;
-            case 8:
-                click(window().discard_button());
-                break;
-            case 9:
-                if (window().stop_button()->isEnabled())
-                    click(window().stop_button());
-                break;
-            case 10:
-                choose_profile(int(random.bounded(2)));
-                break;
-            case 11:
-                // Faults: mostly none, sometimes a CRC error on gain or no device; a slow device
-                // rarely, so that Stop and edits meet an operation in flight.
-                window().set_crc_error_on_gain(random.bounded(4) == 0);
-                window().set_unplugged(random.bounded(6) == 0);
-                window().set_slow_device(random.bounded(8) == 0);
-                break;
-            }
-            // Now and then the operation in flight is let run to its end.
-            if (random.bounded(3) == 0)
-                QVERIFY2(wait_idle(), qPrintable(step));
-            QTest::qWait(1);
-            if (!window().is_busy())
-                check_form_matches_device(qPrintable(step));
-            if (QTest::currentTestFailed())
-                return;
-        }
-        window().set_slow_device(false);
-        QVERIFY(wait_idle());
-        check_form_matches_device("at the end");
-        QString problem;
-        QVERIFY2(operations_are_closed(logged_messages(window()), &problem), qPrintable(problem));
     }
 };
 
