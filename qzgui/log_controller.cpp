@@ -113,7 +113,15 @@ void log_controller::_write_log_line(QString line)
         return;
     line += QStringLiteral("\r\n");
     // Written as a zero-terminated string: a message holding U+0000 ends there, line end and all.
-    file.write(line.toUtf8().constData());
+    const QByteArray bytes = line.toUtf8();
+    const qint64 length = qint64(qstrlen(bytes.constData()));
+    const qint64 before = file.size();
+    // A line is written whole or not at all: a part left by a full disk would run into the next.
+    // The file is cut back once closed, when no buffered rest can follow the cut.
+    const bool whole = file.write(bytes.constData(), length) == length && file.flush();
+    file.close();
+    if (!whole)
+        QFile::resize(_log_file_name, before);
 }
 
 QListWidgetItem* log_controller::_make_log_widget_item(const pending_line_t& pending) const
