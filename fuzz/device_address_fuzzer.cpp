@@ -73,12 +73,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         });
         check(message.toUtf8() == QByteArray(e.what()), "a refusal is whole UTF-8", message);
         // Text UTF-8 cannot carry would come out as "?".
-        check(text.contains(QLatin1Char('?')) || !message.contains(QLatin1Char('?')), "a refusal loses nothing",
+        check(text.contains(QLatin1Char('?')) || !message.contains(QLatin1Char('?')),
+              "a refusal loses nothing", message);
+        check(message.startsWith(QStringLiteral("bad device address \"")), "a refusal says what it refuses",
               message);
-        check(message.startsWith(QStringLiteral("bad device address \"")), "a refusal says what it refuses", message);
         check(!plain || message.startsWith(QStringLiteral("bad device address \"%1\": ").arg(text)),
               "a refusal names the address", message);
-        check(message.size() > message.lastIndexOf(QLatin1String("\": ")) + 3 && message.contains(QLatin1String("\": ")),
+        check(message.size() > message.lastIndexOf(QLatin1String("\": ")) + 3
+                  && message.contains(QLatin1String("\": ")),
               "a refusal gives the fault", message);
         return 0;
     }

@@ -59,7 +59,8 @@ T number_of(const uint8_t* data, size_t size)
 
 std::optional<uint32_t> whole(double v)
 {
-    return v >= 0 && v <= 4294967295.0 && std::floor(v) == v ? std::optional<uint32_t>(uint32_t(v)) : std::nullopt;
+    return v >= 0 && v <= 4294967295.0 && std::floor(v) == v ? std::optional<uint32_t>(uint32_t(v))
+                                                             : std::nullopt;
 }
 
 } // namespace
@@ -131,7 +132,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     try {
         const qz::gui::form_bindings b = qz::gui::scan_form(form);
         check(bool(expected), "only an id is taken", value.toString());
-        check(b.widgets.size() == 1 && b.widgets.contains(*expected) && b.widgets.value(*expected).second == box,
+        check(b.widgets.size() == 1 && b.widgets.contains(*expected)
+                  && b.widgets.value(*expected).second == box,
               "the widget is bound under the id its property names", value.toString());
         check(b.hints.value(*expected) == label, "its label is its hint", value.toString());
     } catch (const std::invalid_argument& e) {

@@ -39,7 +39,8 @@ class input_file {
 public:
     explicit input_file(const char* name)
     {
-        const QString base = QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm") : QDir::tempPath();
+        const QString base =
+            QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm") : QDir::tempPath();
         _path = QStringLiteral("%1/qzgui-fuzz-%2-%3")
                     .arg(base, QString::number(QCoreApplication::applicationPid()), QLatin1String(name));
     }

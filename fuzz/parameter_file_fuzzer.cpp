@@ -44,7 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         values = qz::gui::load_parameters(file->path());
     } catch (const std::runtime_error& e) {
         const QString message = QString::fromStdString(e.what());
-        check(message.startsWith(file->path() + QStringLiteral(": ")) && message.size() > file->path().size() + 2,
+        check(message.startsWith(file->path() + QStringLiteral(": "))
+                  && message.size() > file->path().size() + 2,
               "a refusal names the file and the fault", message);
         return 0;
     }
@@ -56,7 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     } catch (const std::runtime_error& e) {
         qz::fuzz::broken("values loaded do not save and load again", QString::fromStdString(e.what()));
     }
-    check(again.keys() == values.keys(), "the same ids come back", shown(values) + QStringLiteral(" / ") + shown(again));
+    check(again.keys() == values.keys(), "the same ids come back",
+          shown(values) + QStringLiteral(" / ") + shown(again));
     for (auto it = values.cbegin(); it != values.cend(); ++it)
         check(qz::fuzz::same_value(*it, again.value(it.key())), "every value comes back to the bit",
               shown(values) + QStringLiteral(" / ") + shown(again));

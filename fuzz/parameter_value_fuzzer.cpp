@@ -31,7 +31,8 @@ std::optional<double> whole_number(const QString& text)
     const bool negative = text.startsWith(QLatin1Char('-'));
     QString digits = negative ? text.mid(1) : text;
     int base = 10;
-    if (digits.size() > 2 && digits[0] == QLatin1Char('0') && (digits[1] == QLatin1Char('x') || digits[1] == QLatin1Char('X'))) {
+    if (digits.size() > 2 && digits[0] == QLatin1Char('0')
+        && (digits[1] == QLatin1Char('x') || digits[1] == QLatin1Char('X'))) {
         base = 16;
         digits = digits.mid(2);
     }
@@ -81,9 +82,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     e.type = value_type_e(data[0] % 7);
     e.table = e.type == type_bool ? coil : holding;
     e.little_word_order = data[0] & 8;
-    e.size = e.type == type_string ? 1 + ((data[1] >> 3) & 7)
+    e.size = e.type == type_string                                                  ? 1 + ((data[1] >> 3) & 7)
         : (e.type == type_int32 || e.type == type_uint32 || e.type == type_float32) ? 2
-                                                                                     : 1;
+                                                                                    : 1;
     if ((data[0] & 16) && e.type != type_bool && e.type != type_string)
         e.scale = scales[data[1] & 7];
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data + 2), int(size - 2));
@@ -130,7 +131,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         check(read.toString() == stored, "a text reads back as typed, trailing zeros aside", text);
     } else if (e.type == type_float32 && !e.scale) {
         const double expected = double(float(value->toDouble()));
-        check(qz::fuzz::same_value(read, QVariant(expected)) || (std::isnan(expected) && std::isnan(read.toDouble())),
+        check(qz::fuzz::same_value(read, QVariant(expected))
+                  || (std::isnan(expected) && std::isnan(read.toDouble())),
               "a float32 reads back as the float nearest the value", text);
     } else if (!e.scale) {
         check(qz::fuzz::same_value(read, *value), "a whole number reads back unchanged", text);

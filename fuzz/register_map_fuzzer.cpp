@@ -29,11 +29,11 @@ void check_entry(const register_map& map, const register_entry_t& e, QSet<uint32
     check(map.find(e.id) == &e, "find() gives the entry", who);
     check(e.table >= coil && e.table <= holding, "the table is known", who);
     check((e.type == type_bool) == e.is_bit(), "bits are bools and bools are bits", who);
-    const int expected = e.type == type_string ? e.size
+    const int expected = e.type == type_string                                      ? e.size
         : (e.type == type_int32 || e.type == type_uint32 || e.type == type_float32) ? 2
-                                                                                   : 1;
-    check(e.size == expected && e.size >= 1 && (e.type != type_string || e.size <= 123), "the size fits the type",
-          who);
+                                                                                    : 1;
+    check(e.size == expected && e.size >= 1 && (e.type != type_string || e.size <= 123),
+          "the size fits the type", who);
     check(int(e.address) + e.size <= 65536, "the entry ends inside its table", who);
     check(!(e.table == input || e.table == discrete) || e.read_only, "inputs are read-only", who);
     check(!e.scale || std::isfinite(*e.scale), "a scale is a number", who);
@@ -70,7 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         map = register_map::load(file->path());
     } catch (const std::runtime_error& e) {
         const QString message = QString::fromStdString(e.what());
-        check(message.startsWith(file->path() + QStringLiteral(": ")) && message.size() > file->path().size() + 2,
+        check(message.startsWith(file->path() + QStringLiteral(": "))
+                  && message.size() > file->path().size() + 2,
               "a refusal names the file and the fault", message);
         return 0;
     }

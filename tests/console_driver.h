@@ -94,8 +94,8 @@ inline QString form_mismatch(console_window& window, const qz::sim::simulated_mo
             return QStringLiteral("%1 shows %2, the device holds %3, not pending")
                 .arg(dc::parameter_name(p.id), shown.toString(), held.toString());
         if (underlined(window, p.id) != pending.contains(p.id))
-            return QStringLiteral("%1 is %2underlined").arg(dc::parameter_name(p.id),
-                                                           underlined(window, p.id) ? QString() : QStringLiteral("not "));
+            return QStringLiteral("%1 is %2underlined")
+                .arg(dc::parameter_name(p.id), underlined(window, p.id) ? QString() : QStringLiteral("not "));
     }
     return QString();
 }

@@ -139,12 +139,14 @@ class tst_console_soak : public QObject {
         } else if (qobject_cast<QDoubleSpinBox*>(field)) {
             retype(field, QString::number(random.bounded(380000, 480000) / 1000.0, 'f', 3));
         } else if (id == dc::id_address || id == dc::id_mask) {
-            retype(field, QString::number(random.generate() & (id == dc::id_address ? 0xFF : 0xFFFFFFFF), 16));
+            retype(field,
+                   QString::number(random.generate() & (id == dc::id_address ? 0xFF : 0xFFFFFFFF), 16));
         } else if (qobject_cast<QSpinBox*>(field)) {
             retype(field, QString::number(random.bounded(-10, 80)));
         } else if (qobject_cast<QLineEdit*>(field)) {
             // Key presses carry ASCII only; the log's treatment of other text has tests of its own.
-            const QString texts[] = {QStringLiteral("unit %1").arg(random.bounded(100)), QStringLiteral("mast \\east"),
+            const QString texts[] = {QStringLiteral("unit %1").arg(random.bounded(100)),
+                                     QStringLiteral("mast \\east"),
                                      QStringLiteral("a \"b\" %1").arg(random.bounded(10)), QString()};
             retype(field, texts[random.bounded(4)]);
         }
@@ -189,10 +191,11 @@ private slots:
         connect(_window.get(), &console_window::operation_finished, this, [this] { ++_operations_ended; });
         auto* list = _window->findChild<QListWidget*>();
         QVERIFY(list);
-        connect(list->model(), &QAbstractItemModel::rowsInserted, this, [this, list](const QModelIndex&, int first, int last) {
-            for (int row = first; row <= last; ++row)
-                _given << list->item(row)->text();
-        });
+        connect(list->model(), &QAbstractItemModel::rowsInserted, this,
+                [this, list](const QModelIndex&, int first, int last) {
+                    for (int row = first; row <= last; ++row)
+                        _given << list->item(row)->text();
+                });
         _window->show();
         QVERIFY(QTest::qWaitForWindowExposed(_window.get()));
     }
@@ -206,8 +209,11 @@ private slots:
     void random_use()
     {
         const QByteArray given_seed = qgetenv("QZGUI_SOAK_SEED");
-        const quint32 seed = given_seed.isEmpty() ? QRandomGenerator::global()->generate() : given_seed.toUInt();
-        const int actions = qEnvironmentVariableIsSet("QZGUI_SOAK_ACTIONS") ? qEnvironmentVariableIntValue("QZGUI_SOAK_ACTIONS") : 2000;
+        const quint32 seed =
+            given_seed.isEmpty() ? QRandomGenerator::global()->generate() : given_seed.toUInt();
+        const int actions = qEnvironmentVariableIsSet("QZGUI_SOAK_ACTIONS")
+            ? qEnvironmentVariableIntValue("QZGUI_SOAK_ACTIONS")
+            : 2000;
         qInfo("soak: seed %u, %d actions (QZGUI_SOAK_SEED=%u replays this run)", seed, actions, seed);
         QRandomGenerator random(seed);
         watchdog dog(QStringLiteral("seed %1").arg(seed));
@@ -218,8 +224,9 @@ private slots:
         for (const dc::parameter_t& p : dc::parameters())
             if (p.id != dc::id_firmware && p.id != dc::id_level)
                 editable.append(p.id);
-        const QStringList faults{QStringLiteral("Unplugged (no device at the port)"), QStringLiteral("Pipe-mode transport"),
-                                 QStringLiteral("CRC error on gain"), QStringLiteral("Slow device")};
+        const QStringList faults{QStringLiteral("Unplugged (no device at the port)"),
+                                 QStringLiteral("Pipe-mode transport"), QStringLiteral("CRC error on gain"),
+                                 QStringLiteral("Slow device")};
         auto* verbose = [this] {
             for (QCheckBox* box : window().findChildren<QCheckBox*>())
                 if (box->text() == QLatin1String("Verbose log"))
@@ -232,7 +239,8 @@ private slots:
         {
             QFile file(broken);
             QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write("{\"format\": \"qzgui parameters\", \"version\": 1, \"parameters\": [{\"id\": 3, \"type\": ");
+            file.write(
+                "{\"format\": \"qzgui parameters\", \"version\": 1, \"parameters\": [{\"id\": 3, \"type\": ");
         }
 
         // The changed list's bounds: every pending id was touched by the user since it was last
@@ -250,14 +258,22 @@ private slots:
             int edited = -1;
             const int kind = int(random.bounded(20));
             switch (kind) {
-            case 0: case 1: case 2: case 3: case 4: case 5: case 6:
+            case 0:
+            case 1:
+            case 2:
+            case 3:
+            case 4:
+            case 5:
+            case 6:
                 edited = int(editable[int(random.bounded(int(editable.size())))]);
                 edit(uint32_t(edited), random);
                 break;
-            case 7: case 8:
+            case 7:
+            case 8:
                 click(window().read_button());
                 break;
-            case 9: case 10:
+            case 9:
+            case 10:
                 click(window().write_button());
                 settles = true;
                 break;
@@ -287,7 +303,8 @@ private slots:
                 break;
             }
             case 16:
-                QVERIFY2(open_and_cancel(random.bounded(2) ? QStringLiteral("&Settings...") : QStringLiteral("&Load parameters...")),
+                QVERIFY2(open_and_cancel(random.bounded(2) ? QStringLiteral("&Settings...")
+                                                           : QStringLiteral("&Load parameters...")),
                          qPrintable(step));
                 ++dialogs;
                 break;
@@ -334,11 +351,14 @@ private slots:
                 if (!pending.contains(id) && after.value(id) == _module->stored(id))
                     must_pend.remove(id);
             for (const uint32_t id : must_pend)
-                QVERIFY2(pending.contains(id), qPrintable(QStringLiteral("%1: %2 was changed (%3 to %4) and is not pending")
-                                                              .arg(step, dc::parameter_name(id), before.value(id).toString(), after.value(id).toString())));
+                QVERIFY2(pending.contains(id),
+                         qPrintable(QStringLiteral("%1: %2 was changed (%3 to %4) and is not pending")
+                                        .arg(step, dc::parameter_name(id), before.value(id).toString(),
+                                             after.value(id).toString())));
             for (const uint32_t id : pending)
-                QVERIFY2(touched.contains(id), qPrintable(QStringLiteral("%1: %2 is pending, but nobody changed it")
-                                                              .arg(step, dc::parameter_name(id))));
+                QVERIFY2(touched.contains(id),
+                         qPrintable(QStringLiteral("%1: %2 is pending, but nobody changed it")
+                                        .arg(step, dc::parameter_name(id))));
             touched = QSet<uint32_t>(pending.cbegin(), pending.cend());
             if (!window().is_busy()) {
                 const QString problem = form_mismatch(window(), *_module);
@@ -354,14 +374,17 @@ private slots:
         dog.beat(actions);
         QVERIFY(form_mismatch(window(), *_module).isEmpty());
         window().log().log(qz::gui::log_item::INFO, QStringLiteral("soak: the end"));
-        QVERIFY(QTest::qWaitFor([this] { return !_given.isEmpty() && _given.last().endsWith(QLatin1String("soak: the end")); },
-                                10000));
+        QVERIFY(QTest::qWaitFor(
+            [this] { return !_given.isEmpty() && _given.last().endsWith(QLatin1String("soak: the end")); },
+            10000));
 
         // Every operation that began ended, one at a time.
         const QStringList lines = file_lines(window().log().get_log_file_name());
         QString problem;
         QVERIFY2(operations_are_closed(logged_messages(window()), &problem), qPrintable(problem));
-        const int begins = int(logged_messages(window()).filter(QRegularExpression(QStringLiteral("^begin of \\w+ operation$"))).size());
+        const int begins = int(logged_messages(window())
+                                   .filter(QRegularExpression(QStringLiteral("^begin of \\w+ operation$")))
+                                   .size());
         QCOMPARE(_operations_ended, begins);
         QVERIFY(began <= begins);
 
@@ -379,7 +402,8 @@ private slots:
         }
         QVERIFY2(next == _given.size(),
                  qPrintable(QStringLiteral("in the list, not in the file: %1").arg(_given.value(next))));
-        qInfo("soak: %d actions in %.1f s; %d operations, %d dialogs, %d file actions; %d log lines, %d trace lines hidden",
+        qInfo("soak: %d actions in %.1f s; %d operations, %d dialogs, %d file actions; %d log lines, %d "
+              "trace lines hidden",
               actions, clock.elapsed() / 1000.0, begins, dialogs, files, int(lines.size()), hidden);
     }
 };

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <optional>
 
 namespace qz::modbus {
 
@@ -136,15 +137,17 @@ struct modbus_module::private_t {
     void wait_for(Sender* sender, Signal done, int timeout_ms = -1, bool* timed_out = nullptr)
     {
         QEventLoop here;
-        QTimer deadline;
-        deadline.setSingleShot(true);
         QObject::connect(sender, done, &here, &QEventLoop::quit);
+        // Only a connect has a deadline of its own; a reply's is the client's time-out.
+        std::optional<QTimer> deadline;
         if (timeout_ms >= 0) {
-            QObject::connect(&deadline, &QTimer::timeout, &here, [&] {
+            deadline.emplace();
+            deadline->setSingleShot(true);
+            QObject::connect(&*deadline, &QTimer::timeout, &here, [&] {
                 *timed_out = true;
                 here.quit();
             });
-            deadline.start(timeout_ms);
+            deadline->start(timeout_ms);
         }
         {
             std::lock_guard<std::mutex> guard(lock);
