@@ -138,8 +138,8 @@ private slots:
         log(*logger, QStringLiteral("after"));
         // The first file went with its directory; the new one starts with the first line after.
         QCOMPARE(file_messages(path), QStringList{QStringLiteral("after")});
-        check_list_has({QStringLiteral("before"), QStringLiteral("while gone 1"), QStringLiteral("while gone 2"),
-                        QStringLiteral("after")});
+        check_list_has({QStringLiteral("before"), QStringLiteral("while gone 1"),
+                        QStringLiteral("while gone 2"), QStringLiteral("after")});
     }
 
     void the_file_replaced_by_a_directory()
@@ -155,7 +155,8 @@ private slots:
         QVERIFY(QDir().rmdir(path));
         log(*logger, QStringLiteral("after"));
         QCOMPARE(file_messages(path), QStringList{QStringLiteral("after")});
-        check_list_has({QStringLiteral("before"), QStringLiteral("while a directory"), QStringLiteral("after")});
+        check_list_has(
+            {QStringLiteral("before"), QStringLiteral("while a directory"), QStringLiteral("after")});
     }
 
     void a_read_only_file_system()
@@ -172,7 +173,8 @@ private slots:
         QVERIFY(fs.set_read_only(false));
         log(*logger, QStringLiteral("after"));
         QCOMPARE(file_messages(path), (QStringList{QStringLiteral("before"), QStringLiteral("after")}));
-        check_list_has({QStringLiteral("before"), QStringLiteral("while read-only"), QStringLiteral("after")});
+        check_list_has(
+            {QStringLiteral("before"), QStringLiteral("while read-only"), QStringLiteral("after")});
     }
 
     void a_full_file_system()
@@ -189,8 +191,7 @@ private slots:
         QFile filler(QDir(_logs).filePath(QStringLiteral("filler")));
         QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
         const QByteArray block(512, 'x');
-        while (filler.write(block) == block.size()) {
-        }
+        while (filler.write(block) == block.size()) {}
         filler.close();
         const QString long_line = QStringLiteral("while full ") + QString(6000, QLatin1Char('y'));
         log(*logger, long_line);
@@ -200,8 +201,10 @@ private slots:
         log(*logger, QStringLiteral("after"));
         // The long line is lost whole; the short one fits in the room the file's page had left.
         QCOMPARE(file_messages(path),
-                 (QStringList{QStringLiteral("before"), QStringLiteral("while full, short"), QStringLiteral("after")}));
-        check_list_has({QStringLiteral("before"), long_line, QStringLiteral("while full, short"), QStringLiteral("after")});
+                 (QStringList{QStringLiteral("before"), QStringLiteral("while full, short"),
+                              QStringLiteral("after")}));
+        check_list_has({QStringLiteral("before"), long_line, QStringLiteral("while full, short"),
+                        QStringLiteral("after")});
     }
 };
 
