@@ -244,8 +244,9 @@ private slots:
         }
 
         // The changed list's bounds: every pending id was touched by the user since it was last
-        // settled, and every field whose value the user changed stays pending until a write,
-        // a discard, a load or a profile switch may settle it, or the device holds what it shows.
+        // settled (or shows what the device does not hold), and every field whose value the user changed
+        // stays pending until a write, a discard, a load or a profile switch may settle it, or the device
+        // holds what it shows.
         QSet<uint32_t> touched;
         QSet<uint32_t> must_pend;
         int dialogs = 0, files = 0, began = 0;
@@ -355,10 +356,17 @@ private slots:
                          qPrintable(QStringLiteral("%1: %2 was changed (%3 to %4) and is not pending")
                                         .arg(step, dc::parameter_name(id), before.value(id).toString(),
                                              after.value(id).toString())));
+            // Untouched, a field is pending only when it cannot show what the device holds (a
+            // value the active profile has no room for): the form says it disagrees.
             for (const uint32_t id : pending)
-                QVERIFY2(touched.contains(id),
-                         qPrintable(QStringLiteral("%1: %2 is pending, but nobody changed it")
-                                        .arg(step, dc::parameter_name(id))));
+                QVERIFY2(
+                    touched.contains(id) || after.value(id) != _module->stored(id),
+                    qPrintable(QStringLiteral("%1: %2 is pending, but nobody changed it (action kind %3, "
+                                              "%4 to %5, busy %6)")
+                                   .arg(step, dc::parameter_name(id))
+                                   .arg(kind)
+                                   .arg(before.value(id).toString(), after.value(id).toString())
+                                   .arg(was_busy)));
             touched = QSet<uint32_t>(pending.cbegin(), pending.cend());
             if (!window().is_busy()) {
                 const QString problem = form_mismatch(window(), *_module);
