@@ -25,21 +25,20 @@ QString written(const address_t& a)
     if (a.tcp) {
         const bool bracket = a.host.contains(QLatin1Char(':'))
             || (a.host.startsWith(QLatin1Char('[')) && a.host.endsWith(QLatin1Char(']')));
-        return QStringLiteral("tcp://%1:%2?unit=%3")
-            .arg(bracket ? QStringLiteral("[%1]").arg(a.host) : a.host)
-            .arg(a.port)
-            .arg(a.unit);
+        return QStringLiteral("tcp://") + (bracket ? QLatin1Char('[') + a.host + QLatin1Char(']') : a.host)
+            + QStringLiteral(":%1?unit=%2").arg(a.port).arg(a.unit);
     }
     const char* parity = a.parity == QSerialPort::EvenParity ? "even"
         : a.parity == QSerialPort::OddParity                 ? "odd"
                                                              : "none";
-    return QStringLiteral("rtu:%1?baud=%2&parity=%3&data=%4&stop=%5&unit=%6")
-        .arg(a.device)
-        .arg(a.baud)
-        .arg(QLatin1String(parity))
-        .arg(a.data)
-        .arg(a.stop)
-        .arg(a.unit);
+    // Put together piece by piece: a device name may hold "%1" itself.
+    return QStringLiteral("rtu:") + a.device
+        + QStringLiteral("?baud=%1&parity=%2&data=%3&stop=%4&unit=%5")
+              .arg(a.baud)
+              .arg(QLatin1String(parity))
+              .arg(a.data)
+              .arg(a.stop)
+              .arg(a.unit);
 }
 
 bool same(const address_t& a, const address_t& b)

@@ -127,6 +127,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         break;
     }
     }
+    // Cleared first: Qt keeps a dynamic property that compares equal to the new value, and Qt 5
+    // takes a whole number and a double within rounding of it for equal.
+    box->setProperty("qz_param_id", QVariant());
     box->setProperty("qz_param_id", value);
     twin->setProperty("qz_param_id", QVariant());
     try {
