@@ -18,6 +18,7 @@
 #include <stdexcept>
 
 using qz::fuzz::check;
+using qz::fuzz::id_of_text;
 
 namespace {
 
@@ -25,29 +26,6 @@ QWidget* form = nullptr;
 QSpinBox* box = nullptr;
 QSpinBox* twin = nullptr;
 QLabel* label = nullptr;
-
-// The id a text names: decimal digits, or "0x"/"0X" and hexadecimal digits, at most 0xFFFFFFFF.
-std::optional<uint32_t> id_of_text(const QString& text)
-{
-    int base = 10;
-    QString digits = text;
-    if (text.size() > 2 && text.startsWith(QLatin1Char('0')) && text[1].toLower() == QLatin1Char('x')) {
-        base = 16;
-        digits = text.mid(2);
-    }
-    if (digits.isEmpty())
-        return std::nullopt;
-    uint64_t value = 0;
-    for (const QChar c : digits) {
-        const int d = c.unicode() < 128 ? QStringLiteral("0123456789abcdef").indexOf(c.toLower()) : -1;
-        if (d < 0 || d >= base)
-            return std::nullopt;
-        value = value * uint64_t(base) + uint64_t(d);
-        if (value > 0xFFFFFFFFu)
-            return std::nullopt;
-    }
-    return uint32_t(value);
-}
 
 template <typename T>
 T number_of(const uint8_t* data, size_t size)

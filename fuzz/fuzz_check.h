@@ -17,6 +17,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <optional>
 
 namespace qz::fuzz {
 
@@ -48,6 +50,14 @@ public:
 
     const QString& path() const { return _path; }
 
+    // A loader's refusal must name this file and then its fault.
+    void check_refusal(const std::exception& e) const
+    {
+        const QString message = QString::fromUtf8(e.what());
+        check(message.startsWith(_path + QStringLiteral(": ")) && message.size() > _path.size() + 2,
+              "a refusal names the file and the fault", message);
+    }
+
     void write(const uint8_t* data, size_t size) const
     {
         QFile file(_path);
@@ -59,6 +69,30 @@ public:
 private:
     QString _path;
 };
+
+// The id a text names, read here apart from the library as the targets' yardstick: decimal
+// digits, or "0x"/"0X" and hexadecimal digits, at most 0xFFFFFFFF.
+inline std::optional<uint32_t> id_of_text(const QString& text)
+{
+    int base = 10;
+    QString digits = text;
+    if (text.size() > 2 && text.startsWith(QLatin1Char('0')) && text[1].toLower() == QLatin1Char('x')) {
+        base = 16;
+        digits = text.mid(2);
+    }
+    if (digits.isEmpty())
+        return std::nullopt;
+    uint64_t value = 0;
+    for (const QChar c : digits) {
+        const int d = c.unicode() < 128 ? QStringLiteral("0123456789abcdef").indexOf(c.toLower()) : -1;
+        if (d < 0 || d >= base)
+            return std::nullopt;
+        value = value * uint64_t(base) + uint64_t(d);
+        if (value > 0xFFFFFFFFu)
+            return std::nullopt;
+    }
+    return uint32_t(value);
+}
 
 // Whether two values are the same to the bit: the type, a double's bits, a date-time's instant and
 // clock. QVariant's own equality takes nearly equal doubles, and instants in other clocks, for equal.

@@ -43,10 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     try {
         values = qz::gui::load_parameters(file->path());
     } catch (const std::runtime_error& e) {
-        const QString message = QString::fromStdString(e.what());
-        check(message.startsWith(file->path() + QStringLiteral(": "))
-                  && message.size() > file->path().size() + 2,
-              "a refusal names the file and the fault", message);
+        file->check_refusal(e);
         return 0;
     }
     // What a file gave, a file keeps: saved and loaded again, every value is the same to the bit.

@@ -24,32 +24,15 @@ namespace {
 
 constexpr double scales[] = {0.1, 0.5, -0.25, 1e-5, 1000, 3, 0.001, 1e-9};
 
-// The id-like reading of a whole number, written out separately: an optional "-", then decimal
-// digits or "0x" and hexadecimal digits, at most 0xFFFFFFFF in magnitude.
+// A whole number as ids are written, with an optional "-": its magnitude at most 0xFFFFFFFF,
+// and no "-0".
 std::optional<double> whole_number(const QString& text)
 {
     const bool negative = text.startsWith(QLatin1Char('-'));
-    QString digits = negative ? text.mid(1) : text;
-    int base = 10;
-    if (digits.size() > 2 && digits[0] == QLatin1Char('0')
-        && (digits[1] == QLatin1Char('x') || digits[1] == QLatin1Char('X'))) {
-        base = 16;
-        digits = digits.mid(2);
-    }
-    if (digits.isEmpty())
+    const std::optional<uint32_t> magnitude = qz::fuzz::id_of_text(negative ? text.mid(1) : text);
+    if (!magnitude || (negative && *magnitude == 0))
         return std::nullopt;
-    double magnitude = 0;
-    for (const QChar c : digits) {
-        const int d = QStringLiteral("0123456789abcdef").indexOf(c.toLower());
-        if (c.unicode() > 127 || d < 0 || d >= base)
-            return std::nullopt;
-        magnitude = magnitude * base + d;
-        if (magnitude > 4294967295.0)
-            return std::nullopt;
-    }
-    if (negative && magnitude == 0)
-        return std::nullopt;
-    return negative ? -magnitude : magnitude;
+    return negative ? -double(*magnitude) : double(*magnitude);
 }
 
 std::pair<double, double> range_of(value_type_e type)

@@ -69,10 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     try {
         map = register_map::load(file->path());
     } catch (const std::runtime_error& e) {
-        const QString message = QString::fromStdString(e.what());
-        check(message.startsWith(file->path() + QStringLiteral(": "))
-                  && message.size() > file->path().size() + 2,
-              "a refusal names the file and the fault", message);
+        file->check_refusal(e);
         return 0;
     }
     QSet<uint32_t> ids;
