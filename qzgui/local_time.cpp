@@ -25,14 +25,18 @@ bool log_time_digits_are_ascii()
 
 QDateTime local_now()
 {
-    thread_local qint64 last_msecs = std::numeric_limits<qint64>::min();
-    thread_local QDateTime last;
+    // One record per thread, found with one look-up: values are stamped by the thousand.
+    struct stamp_t {
+        qint64 msecs = std::numeric_limits<qint64>::min();
+        QDateTime time;
+    };
+    thread_local stamp_t last;
     const qint64 msecs = QDateTime::currentMSecsSinceEpoch();
-    if (msecs != last_msecs) {
-        last = QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime);
-        last_msecs = msecs;
+    if (msecs != last.msecs) {
+        last.time = QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime);
+        last.msecs = msecs;
     }
-    return last;
+    return last.time;
 }
 
 QString format_log_time(const QDateTime& time, const QString& rest)

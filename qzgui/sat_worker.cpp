@@ -177,7 +177,10 @@ void sat_worker::_set_params(const QVector<QPair<uint32_t, QVariant>>& params)
 
 void sat_worker::_cache_parameter_and_emit_signal(uint32_t p, const QVariant& v, bool emit_signal)
 {
-    param_cache.insert(p, qMakePair(local_now(), v));
+    // Assigned in place: a sweep caches every value it reads, mostly over an older one.
+    QPair<QDateTime, QVariant>& cached = param_cache[p];
+    cached.first = local_now();
+    cached.second = v;
     if (emit_signal)
         emit on_get_param(p, v);
 }

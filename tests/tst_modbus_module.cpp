@@ -208,6 +208,45 @@ private slots:
         QCOMPARE(e.get_type(), media_exception::not_open);
     }
 
+    void reads_sent_ahead_get_their_own_replies()
+    {
+        modbus_module module(tcp());
+        module.set_config(short_config());
+        QCOMPARE(thrown<media_exception>([&] { module.send_read(holding, 0, 1); }).get_type(),
+                 media_exception::not_open);
+        module.connect();
+        module.write(holding, 20, {11, 12, 13, 14});
+        auto first = module.send_read(holding, 20, 2);
+        auto second = module.send_read(holding, 22, 2);
+        {
+            auto dropped = module.send_read(holding, 20, 4); // abandoned; its reply comes all the same
+        }
+        // Taken in the other order, each gets its own reply; the dropped one's reply confuses nothing.
+        QCOMPARE(module.finish_read(second), (QVector<uint16_t>{13, 14}));
+        QCOMPARE(module.finish_read(first), (QVector<uint16_t>{11, 12}));
+        QCOMPARE(module.read(holding, 20, 4), (QVector<uint16_t>{11, 12, 13, 14}));
+
+        // A reply is taken once; a moved request carries it along.
+        const auto taken = thrown<media_exception>([&] { module.finish_read(first); });
+        QCOMPARE(taken.get_type(), media_exception::not_open);
+        QCOMPARE(QString::fromUtf8(taken.what()),
+                 tcp() + QStringLiteral(" unit 1: holding 20 to 21: nothing on its way (the connection was "
+                                        "closed, or the reply was taken)"));
+        auto moved_from = module.send_read(coil, 5, 1);
+        auto moved = std::move(moved_from);
+        QCOMPARE(module.finish_read(moved).size(), 1);
+        QCOMPARE(thrown<media_exception>([&] { module.finish_read(moved_from); }).get_type(),
+                 media_exception::not_open);
+        moved = module.send_read(holding, 21, 1); // the moved-to request drops nothing of its own
+        QCOMPARE(module.finish_read(moved), QVector<uint16_t>{12});
+
+        // Closing the connection ends what is on its way.
+        auto orphan = module.send_read(holding, 20, 1);
+        module.disconnect();
+        QCOMPARE(thrown<media_exception>([&] { module.finish_read(orphan); }).get_type(),
+                 media_exception::not_open);
+    }
+
     void a_stop_between_calls_ends_the_next_call_only_until_a_connect()
     {
         modbus_module module(tcp());

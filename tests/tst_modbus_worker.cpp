@@ -229,6 +229,30 @@ private slots:
         QCOMPARE(device.requests(), QStringList{"unit 1: read holding 0 to 2: no answer"});
     }
 
+    void a_stop_drops_the_block_sent_ahead()
+    {
+        device_process device;
+        const QString map_path = _map_file(qz::test::holding_map(300));
+        QVERIFY(device.start(map_path));
+        qz::modbus::modbus_module module(device.address());
+        const auto map = qz::modbus::register_map::load(map_path);
+        probe_worker worker(nullptr, &module, map);
+        recorder log(worker);
+        // Stopped at the first value: the second block is on its way by then.
+        connect(&worker, &qz::gui::sat_worker::on_get_param, &worker, [&worker] { worker.stop(); },
+                Qt::DirectConnection);
+        QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
+
+        // The block in progress is reported whole; nothing of the one sent ahead.
+        QStringList body;
+        for (int i = 0; i < 125; ++i)
+            body.append(QStringLiteral("get %1 = %2").arg(0x1000 + i).arg(i));
+        QCOMPARE(kinds_only(log.take()), framed("read", body));
+        QVERIFY2(device.wait_for_request(QStringLiteral("read holding 125 to 249")), qPrintable(device.requests().join("; ")));
+        QCOMPARE(device.requests(), QStringList({"unit 1: read holding 0 to 124: ok",
+                                                 "unit 1: read holding 125 to 249: ok"}));
+    }
+
     void writes_send_only_what_fits()
     {
         device_process device;

@@ -9,6 +9,7 @@
 #include <module_api/media_exception.h>
 #include <module_api/proto_exception.h>
 
+#include <QAbstractSocket>
 #include <QDataStream>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -19,6 +20,7 @@
 #include <algorithm>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 namespace qz::modbus {
 
@@ -115,6 +117,9 @@ struct modbus_module::private_t {
     qz::api::proto::qz_media media;
     qz::api::proto::command_config config = default_config();
     std::unique_ptr<QModbusClient> client;
+    // The TCP client's socket, where Qt makes it the client's child; a request sent ahead is
+    // flushed through it at once.
+    QPointer<QAbstractSocket> socket;
 
     // What abort() reaches from another thread. A standard mutex, which ThreadSanitizer sees.
     std::mutex lock;
@@ -172,15 +177,16 @@ struct modbus_module::private_t {
         client->setNumberOfRetries(std::max(repeats, 0));
     }
 
-    // Waits for @p reply and turns its failure into the interface's exceptions.
-    QModbusDataUnit finish(QModbusReply* reply, bool reading, table_e table, uint16_t start, int count)
+    // Waits for @p reply (sent, or not with Qt's reason @p not_sent) and turns its failure into
+    // the interface's exceptions.
+    QModbusDataUnit finish(QModbusReply* reply, const QString& not_sent, bool reading, table_e table,
+                           uint16_t start, int count)
     {
         // Named only for a failure: a reply that succeeds costs no text.
         const auto place = [&] { return where(table, start, count); };
         if (!reply)
-            throw media_exception(
-                media_exception::no_device,
-                QStringLiteral("%1: not sent: %2").arg(place(), client->errorString()).toStdString());
+            throw media_exception(media_exception::no_device,
+                                  QStringLiteral("%1: not sent: %2").arg(place(), not_sent).toStdString());
         // Deleted here, out of its own signals: a deferred delete would wait for the thread's outer
         // event loop, which a sweep does not return to.
         const std::unique_ptr<QModbusReply> owned(reply);
@@ -298,6 +304,8 @@ void modbus_module::connect()
         fail(QStringLiteral("no answer within %1 ms").arg(d->config.timeout_l));
     if (client->state() != QModbusDevice::ConnectedState)
         fail(client->errorString());
+    if (a.tcp)
+        d->socket = client->findChild<QAbstractSocket*>();
 }
 
 void modbus_module::disconnect()
@@ -328,18 +336,91 @@ void modbus_module::set_config(const qz::api::proto::command_config& config)
 
 void modbus_module::set_persistent(bool) {}
 
+modbus_module::pending_read::pending_read(table_e table, uint16_t start, int count)
+    : _table(table)
+    , _start(start)
+    , _count(count)
+{}
+
+modbus_module::pending_read::pending_read(pending_read&& other) noexcept
+    : _reply(std::move(other._reply))
+    , _not_sent(std::move(other._not_sent))
+    , _sent(other._sent)
+    , _table(other._table)
+    , _start(other._start)
+    , _count(other._count)
+{
+    other._reply.clear();
+}
+
+modbus_module::pending_read& modbus_module::pending_read::operator=(pending_read&& other) noexcept
+{
+    if (this != &other) {
+        _abandon();
+        _reply = std::move(other._reply);
+        other._reply.clear();
+        _not_sent = std::move(other._not_sent);
+        _sent = other._sent;
+        _table = other._table;
+        _start = other._start;
+        _count = other._count;
+    }
+    return *this;
+}
+
+modbus_module::pending_read::~pending_read()
+{
+    _abandon();
+}
+
+void modbus_module::pending_read::_abandon()
+{
+    // Qt forgets the transaction of a reply that is destroyed.
+    delete _reply.data();
+    _reply.clear();
+}
+
 QVector<uint16_t> modbus_module::read(table_e table, uint16_t start, int count)
+{
+    pending_read request = send_read(table, start, count);
+    return finish_read(request);
+}
+
+modbus_module::pending_read modbus_module::send_read(table_e table, uint16_t start, int count)
 {
     if (!d->client)
         throw media_exception(media_exception::not_open,
                               (d->text + QStringLiteral(": not connected")).toStdString());
     d->set_request_class(d->config.timeout_s, d->config.repeats_s);
-    const QModbusDataUnit request(register_type(table), start, quint16(count));
+    pending_read request(table, start, count);
+    request._reply =
+        d->client->sendReadRequest(QModbusDataUnit(register_type(table), start, quint16(count)), d->address.unit);
+    // Out now, not when this thread next waits: Qt's socket writes from its event loop.
+    if (d->socket)
+        d->socket->flush();
+    request._sent = bool(request._reply);
+    if (!request._sent)
+        request._not_sent = d->client->errorString();
+    return request;
+}
+
+QVector<uint16_t> modbus_module::finish_read(pending_read& request)
+{
+    QModbusReply* reply = request._reply.data();
+    request._reply.clear();
+    const QString not_sent = std::exchange(request._not_sent, QString());
+    // Once finished, a request reads as one whose reply is gone.
+    if (std::exchange(request._sent, true) && !reply)
+        throw media_exception(
+            media_exception::not_open,
+            QStringLiteral("%1: nothing on its way (the connection was closed, or the reply was taken)")
+                .arg(d->where(request._table, request._start, request._count))
+                .toStdString());
     const QModbusDataUnit unit =
-        d->finish(d->client->sendReadRequest(request, d->address.unit), true, table, start, count);
+        d->finish(reply, not_sent, true, request._table, request._start, request._count);
     QVector<uint16_t> values;
-    values.reserve(count);
-    for (int i = 0; i < count; ++i)
+    values.reserve(request._count);
+    for (int i = 0; i < request._count; ++i)
         values.append(unit.value(i));
     return values;
 }
@@ -353,7 +434,8 @@ void modbus_module::write(table_e table, uint16_t start, const QVector<uint16_t>
     QModbusDataUnit request(register_type(table), start, quint16(values.size()));
     for (int i = 0; i < values.size(); ++i)
         request.setValue(i, values[i]);
-    d->finish(d->client->sendWriteRequest(request, d->address.unit), false, table, start, int(values.size()));
+    QModbusReply* reply = d->client->sendWriteRequest(request, d->address.unit);
+    d->finish(reply, reply ? QString() : d->client->errorString(), false, table, start, int(values.size()));
 }
 
 } // namespace qz::modbus

@@ -8,11 +8,14 @@
 
 #include <module_api/qz_module.h>
 
+#include <QPointer>
 #include <QString>
 #include <QVector>
 
 #include <cstdint>
 #include <memory>
+
+class QModbusReply;
 
 namespace qz::modbus {
 
@@ -65,11 +68,53 @@ public:
     void set_persistent(bool persistent) override;
 
     /**
+     * A read on its way to the device, from send_read() until finish_read() takes its values.
+     * Destroying it unfinished abandons the request: its reply, should one still come, is dropped.
+     * @see send_read(), finish_read()
+     */
+    class QZGUI_MODBUS_EXPORT pending_read {
+    public:
+        pending_read(pending_read&& other) noexcept;
+        pending_read& operator=(pending_read&& other) noexcept;
+        ~pending_read();
+
+    private:
+        friend class modbus_module;
+        pending_read(table_e table, uint16_t start, int count);
+        void _abandon();
+
+        QPointer<QModbusReply> _reply; // the client owns it too: gone with a closed connection
+        QString _not_sent;             // Qt's reason, when the request could not be sent
+        bool _sent = false;            // a reply was made, or the request was finished
+        table_e _table;
+        uint16_t _start;
+        int _count;
+    };
+
+    /**
      * Reads @p count bits or registers of @p table from @p start.
      * @return the values, one word per bit (0 or 1) or register
      * @throws media_exception, proto_exception as described for the class
+     * @see send_read()
      */
     QVector<uint16_t> read(table_e table, uint16_t start, int count);
+
+    /**
+     * Sends the read that read() makes and returns at once, so that the device can work on it
+     * while the caller does something else. Over TCP the request goes out now, beside any other
+     * on its way; over RTU it waits its turn in the client's queue. Its time-out counts from now.
+     * @return the request, for finish_read()
+     * @throws media_exception not_open when no connection is open
+     */
+    pending_read send_read(table_e table, uint16_t start, int count);
+
+    /**
+     * Waits for the reply to @p request, which this module sent, as read() does.
+     * @return the values, one word per bit (0 or 1) or register
+     * @throws media_exception, proto_exception as described for the class; not_open when the
+     *         connection was closed meanwhile, or @p request was finished already
+     */
+    QVector<uint16_t> finish_read(pending_read& request);
 
     /**
      * Writes @p values (one word per bit or register) into @p table from @p start.

@@ -203,18 +203,39 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
         }
     };
 
+    // The next block is sent as soon as a block's reply is in: the device answers it while this
+    // one is decoded and reported. Still only one request is ever on its way, as some devices
+    // take no more: a block read again id by id sends the next only afterwards. A stop drops the
+    // block sent ahead unanswered.
+    const QVector<block_t> blocks = plan_blocks(wanted);
+    std::optional<modbus_module::pending_read> ahead;
+    std::optional<error_descriptor> ahead_error;
+    const auto send = [&](int b) {
+        ahead.reset();
+        ahead_error.reset();
+        if (b < blocks.size() && running)
+            ahead_error = failure_of(
+                [&] { ahead.emplace(_modbus->send_read(blocks[b].table, blocks[b].start, blocks[b].count)); });
+    };
+
     report(false);
-    for (const block_t& block : plan_blocks(wanted)) {
-        if (!running)
+    send(0);
+    for (int b = 0; b < blocks.size(); ++b) {
+        if (!running || (!ahead && !ahead_error))
             break;
+        const block_t& block = blocks[b];
         QVector<uint16_t> words;
         bool exception_reply = false;
-        const std::optional<error_descriptor> error = failure_of(
-            [&] { words = _modbus->read(block.table, block.start, block.count); }, &exception_reply);
+        std::optional<error_descriptor> error = ahead_error;
+        if (!error)
+            error = failure_of([&] { words = _modbus->finish_read(*ahead); }, &exception_reply);
+        // One parameter may be the cause of an exception: each of the others still gets its value.
+        const bool one_by_one = error && exception_reply && block.members.size() > 1;
+        if (!one_by_one)
+            send(b + 1);
         for (const planned_t& p : block.members) {
             outcome_t& outcome = outcomes[p.slot];
-            if (error && exception_reply && block.members.size() > 1) {
-                // One parameter may be the cause: each of the others still gets its value.
+            if (one_by_one) {
                 if (!running)
                     break;
                 outcome.error = failure_of([&] { outcome.value = _read_entry(*p.entry); });
@@ -226,6 +247,8 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             }
             outcome.known = true;
         }
+        if (one_by_one)
+            send(b + 1);
         report(false);
     }
     // Stopped: what was read is still reported, in request order.

@@ -164,13 +164,18 @@ QVariant register_entry_t::decode(const uint16_t* words, int count) const
             float f;
             std::memcpy(&f, &bits, sizeof f);
             return *exact_value(*this, scale ? double(f) * *scale : double(f));
-        } else {
-            raw = type == type_int32 ? double(int32_t(bits)) : double(bits);
         }
+        // A plain integer is the words themselves, as exact_value() would give it: a sweep decodes
+        // thousands of these.
+        if (!scale)
+            return type == type_int32 ? QVariant(int(int32_t(bits))) : QVariant(uint(bits));
+        raw = type == type_int32 ? double(int32_t(bits)) : double(bits);
     } else {
+        if (!scale)
+            return type == type_int16 ? QVariant(int(int16_t(words[0]))) : QVariant(uint(words[0]));
         raw = type == type_int16 ? double(int16_t(words[0])) : double(words[0]);
     }
-    return *exact_value(*this, scale ? scaled(raw, *scale) : raw); // in range: it came from the words
+    return *exact_value(*this, scaled(raw, *scale)); // in range: it came from the words
 }
 
 std::optional<QVector<uint16_t>> register_entry_t::encode(const QVariant& value) const
