@@ -230,8 +230,9 @@ private slots:
         const auto taken = thrown<media_exception>([&] { module.finish_read(first); });
         QCOMPARE(taken.get_type(), media_exception::not_open);
         QCOMPARE(QString::fromUtf8(taken.what()),
-                 tcp() + QStringLiteral(" unit 1: holding 20 to 21: nothing on its way (the connection was "
-                                        "closed, or the reply was taken)"));
+                 tcp()
+                     + QStringLiteral(" unit 1: holding 20 to 21: nothing on its way (the connection was "
+                                      "closed, or the reply was taken)"));
         auto moved_from = module.send_read(coil, 5, 1);
         auto moved = std::move(moved_from);
         QCOMPARE(module.finish_read(moved).size(), 1);

@@ -239,8 +239,9 @@ private slots:
         probe_worker worker(nullptr, &module, map);
         recorder log(worker);
         // Stopped at the first value: the second block is on its way by then.
-        connect(&worker, &qz::gui::sat_worker::on_get_param, &worker, [&worker] { worker.stop(); },
-                Qt::DirectConnection);
+        connect(
+            &worker, &qz::gui::sat_worker::on_get_param, &worker, [&worker] { worker.stop(); },
+            Qt::DirectConnection);
         QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
 
         // The block in progress is reported whole; nothing of the one sent ahead.
@@ -248,9 +249,10 @@ private slots:
         for (int i = 0; i < 125; ++i)
             body.append(QStringLiteral("get %1 = %2").arg(0x1000 + i).arg(i));
         QCOMPARE(kinds_only(log.take()), framed("read", body));
-        QVERIFY2(device.wait_for_request(QStringLiteral("read holding 125 to 249")), qPrintable(device.requests().join("; ")));
-        QCOMPARE(device.requests(), QStringList({"unit 1: read holding 0 to 124: ok",
-                                                 "unit 1: read holding 125 to 249: ok"}));
+        QVERIFY2(device.wait_for_request(QStringLiteral("read holding 125 to 249")),
+                 qPrintable(device.requests().join("; ")));
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 1: read holding 0 to 124: ok", "unit 1: read holding 125 to 249: ok"}));
     }
 
     void writes_send_only_what_fits()

@@ -393,8 +393,8 @@ modbus_module::pending_read modbus_module::send_read(table_e table, uint16_t sta
                               (d->text + QStringLiteral(": not connected")).toStdString());
     d->set_request_class(d->config.timeout_s, d->config.repeats_s);
     pending_read request(table, start, count);
-    request._reply =
-        d->client->sendReadRequest(QModbusDataUnit(register_type(table), start, quint16(count)), d->address.unit);
+    request._reply = d->client->sendReadRequest(QModbusDataUnit(register_type(table), start, quint16(count)),
+                                                d->address.unit);
     // Out now, not when this thread next waits: Qt's socket writes from its event loop.
     if (d->socket)
         d->socket->flush();

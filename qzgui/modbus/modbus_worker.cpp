@@ -214,8 +214,9 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
         ahead.reset();
         ahead_error.reset();
         if (b < blocks.size() && running)
-            ahead_error = failure_of(
-                [&] { ahead.emplace(_modbus->send_read(blocks[b].table, blocks[b].start, blocks[b].count)); });
+            ahead_error = failure_of([&] {
+                ahead.emplace(_modbus->send_read(blocks[b].table, blocks[b].start, blocks[b].count));
+            });
     };
 
     report(false);
