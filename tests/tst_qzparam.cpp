@@ -261,7 +261,8 @@ private slots:
         const run_t run = _finish(process);
         QCOMPARE(run.status, 1);
         QCOMPARE(run.out, QStringList());
-        QCOMPARE(run.err, QStringList({"0x0007: stopped", "qzparam: stopped"}));
+        QVERIFY2(run.err == QStringList({"0x0007: stopped", "qzparam: stopped"}),
+                 qPrintable(run.err.join(QLatin1String(" | "))));
         // The sweep ended there: the second id was never asked for.
         QCOMPARE(_device.requests().mid(before), QStringList{"unit 1: read holding 21 to 21: no answer"});
     }

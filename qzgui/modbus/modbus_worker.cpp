@@ -221,8 +221,10 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
 
     report(false);
     send(0);
-    for (int b = 0; b < blocks.size(); ++b) {
-        if (!running || (!ahead && !ahead_error))
+    for (int b = 0; b < blocks.size() && (ahead || ahead_error); ++b) {
+        // A block sent ahead of a stop is dropped. The first was sent just now: a stop since then
+        // came while it was in progress, and it fails as stopped.
+        if (b > 0 && !running)
             break;
         const block_t& block = blocks[b];
         QVector<uint16_t> words;
