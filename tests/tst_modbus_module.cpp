@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The Modbus module against real sockets on 127.0.0.1: an in-process Qt Modbus server, a port
-// nobody listens on, and a server that accepts and never answers.
+// The Modbus module against real sockets on 127.0.0.1: a Qt Modbus server in a thread of its own,
+// a port nobody listens on, and a server that accepts and never answers.
+#include "event_thread.h"
+
 #include "qzgui/modbus/modbus_module.h"
 
 #include <module_api/media_exception.h>
@@ -12,6 +14,7 @@
 #include <QTcpSocket>
 #include <QtTest>
 
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -24,7 +27,11 @@ namespace {
 // A Modbus server whose chosen holding registers answer with an exception code.
 class test_server : public QModbusTcpServer {
 public:
-    QMap<int, QModbusPdu::ExceptionCode> exceptions; // holding address to code
+    void set_exceptions(const QMap<int, QModbusPdu::ExceptionCode>& exceptions)
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        _exceptions = exceptions;
+    }
 
 protected:
     QModbusResponse processRequest(const QModbusPdu& request) override
@@ -35,11 +42,16 @@ protected:
             || request.functionCode() == QModbusPdu::WriteMultipleRegisters) {
             quint16 address = 0;
             request.decodeData(&address);
-            if (exceptions.contains(address))
-                return QModbusExceptionResponse(request.functionCode(), exceptions.value(address));
+            std::lock_guard<std::mutex> guard(_lock);
+            if (_exceptions.contains(address))
+                return QModbusExceptionResponse(request.functionCode(), _exceptions.value(address));
         }
         return QModbusTcpServer::processRequest(request);
     }
+
+private:
+    std::mutex _lock;
+    QMap<int, QModbusPdu::ExceptionCode> _exceptions; // holding address to code
 };
 
 // A port on 127.0.0.1 that was free a moment ago.
@@ -49,6 +61,72 @@ quint16 free_port()
     probe.listen(QHostAddress::LocalHost, 0);
     return probe.serverPort();
 }
+
+/**
+ * The server in a thread of its own, as a device is in a process of its own: the module's calls
+ * block their thread until the answer is in. What the two threads share goes through a standard
+ * mutex, which ThreadSanitizer sees.
+ */
+class server_thread : public qz::test::event_thread {
+public:
+    /// Starts the server; @return its port, or 0 when it could not listen
+    quint16 start_server()
+    {
+        begin();
+        std::unique_lock<std::mutex> lock(_lock);
+        _changed.wait(lock, [this] { return _ready; });
+        return _port;
+    }
+
+    /// Makes the holding registers in @p exceptions answer with their code.
+    void set_exceptions(const QMap<int, QModbusPdu::ExceptionCode>& exceptions)
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        _server->set_exceptions(exceptions);
+    }
+
+protected:
+    void run() override
+    {
+        test_server server;
+        QModbusDataUnitMap map;
+        map.insert(QModbusDataUnit::HoldingRegisters, {QModbusDataUnit::HoldingRegisters, 0, 100});
+        map.insert(QModbusDataUnit::Coils, {QModbusDataUnit::Coils, 0, 100});
+        map.insert(QModbusDataUnit::InputRegisters, {QModbusDataUnit::InputRegisters, 0, 100});
+        map.insert(QModbusDataUnit::DiscreteInputs, {QModbusDataUnit::DiscreteInputs, 0, 100});
+        server.setMap(map);
+        server.setServerAddress(1);
+        quint16 port = 0;
+        for (int attempt = 0; attempt < 20 && server.state() != QModbusDevice::ConnectedState; ++attempt) {
+            port = free_port();
+            server.setConnectionParameter(QModbusDevice::NetworkAddressParameter,
+                                          QStringLiteral("127.0.0.1"));
+            server.setConnectionParameter(QModbusDevice::NetworkPortParameter, port);
+            server.connectDevice();
+        }
+        server.setData(QModbusDataUnit::InputRegisters, 7, 0xBEEF);
+        server.setData(QModbusDataUnit::DiscreteInputs, 3, 1);
+        {
+            std::lock_guard<std::mutex> guard(_lock);
+            _server = &server;
+            _port = server.state() == QModbusDevice::ConnectedState ? port : 0;
+            _ready = true;
+            _changed.notify_all();
+        }
+        exec();
+        {
+            std::lock_guard<std::mutex> guard(_lock);
+            _server = nullptr;
+        }
+        server.disconnectDevice();
+        _mark_ended();
+    }
+
+private:
+    test_server* _server = nullptr; // under _lock
+    quint16 _port = 0;
+    bool _ready = false;
+};
 
 qz::api::proto::command_config short_config()
 {
@@ -72,7 +150,7 @@ E thrown(const std::function<void()>& call)
 class tst_modbus_module : public QObject {
     Q_OBJECT
 
-    test_server _server;
+    server_thread _server;
     quint16 _port = 0;
 
     QString tcp(const char* query = "") const
@@ -83,23 +161,8 @@ class tst_modbus_module : public QObject {
 private slots:
     void initTestCase()
     {
-        QModbusDataUnitMap map;
-        map.insert(QModbusDataUnit::HoldingRegisters, {QModbusDataUnit::HoldingRegisters, 0, 100});
-        map.insert(QModbusDataUnit::Coils, {QModbusDataUnit::Coils, 0, 100});
-        map.insert(QModbusDataUnit::InputRegisters, {QModbusDataUnit::InputRegisters, 0, 100});
-        map.insert(QModbusDataUnit::DiscreteInputs, {QModbusDataUnit::DiscreteInputs, 0, 100});
-        _server.setMap(map);
-        _server.setServerAddress(1);
-        for (int attempt = 0; attempt < 20 && _server.state() != QModbusDevice::ConnectedState; ++attempt) {
-            _port = free_port();
-            _server.setConnectionParameter(QModbusDevice::NetworkAddressParameter,
-                                           QStringLiteral("127.0.0.1"));
-            _server.setConnectionParameter(QModbusDevice::NetworkPortParameter, _port);
-            _server.connectDevice();
-        }
-        QCOMPARE(_server.state(), QModbusDevice::ConnectedState);
-        _server.setData(QModbusDataUnit::InputRegisters, 7, 0xBEEF);
-        _server.setData(QModbusDataUnit::DiscreteInputs, 3, 1);
+        _port = _server.start_server();
+        QVERIFY(_port != 0);
     }
 
     void addresses_data()
@@ -288,7 +351,7 @@ private slots:
         QFETCH(int, code);
         QFETCH(int, kind);
         QFETCH(QString, name);
-        _server.exceptions = {{50, QModbusPdu::ExceptionCode(code)}};
+        _server.set_exceptions({{50, QModbusPdu::ExceptionCode(code)}});
         modbus_module module(tcp("?unit=1"));
         module.set_config(short_config());
         module.connect();
@@ -298,7 +361,7 @@ private slots:
                  tcp("?unit=1") + QStringLiteral(" unit 1: holding 50 to 51: Modbus exception ") + name);
         const auto written = thrown<proto_exception>([&] { module.write(holding, 50, {7}); });
         QCOMPARE(int(written.get_type()), kind);
-        _server.exceptions.clear();
+        _server.set_exceptions({});
     }
 
     void a_refused_connection_is_no_device()

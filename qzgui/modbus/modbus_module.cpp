@@ -2,6 +2,7 @@
 #include "qzgui/modbus/modbus_module.h"
 
 #include "qzgui/modbus/device_address.h"
+#include "qzgui/modbus/io_thread_p.h"
 #include "qzgui/modbus/qt_modbus_names.h"
 
 #include "qzgui/settings_keys.h"
@@ -11,16 +12,17 @@
 
 #include <QAbstractSocket>
 #include <QDataStream>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QModbusReply>
 #include <QModbusTcpClient>
-#include <QTimer>
+#include <QPointer>
 
 #include <algorithm>
+#include <chrono>
+#include <exception>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <utility>
+#include <vector>
 
 namespace qz::modbus {
 
@@ -109,22 +111,51 @@ QString exception_name(QModbusPdu::ExceptionCode code)
     }
 }
 
+// How much longer than the client's own time-outs a wait for a reply may last: the client's
+// timer ends it normally, this only where the client itself would wait for ever.
+constexpr int reply_margin_ms = 1000;
+
 } // namespace
+
+struct modbus_module::exchange_t {
+    // Fixed before the exchange is handed to the client's thread.
+    table_e table = holding;
+    uint16_t start = 0;
+    int count = 0;
+    bool reading = true;
+    QVector<uint16_t> values; // a write's
+    int timeout_ms = 0;
+    int repeats = 0;
+
+    // The client's thread only.
+    QPointer<QModbusReply> reply; // the client owns it too: gone with a closed connection
+
+    // Under the io thread's lock.
+    bool done = false;
+    QVector<uint16_t> result;
+    std::exception_ptr error;
+};
 
 struct modbus_module::private_t {
     QString text;
     address_t address;
     qz::api::proto::qz_media media;
     qz::api::proto::command_config config = default_config();
+    bool open = false; // the caller's thread: connected, and not disconnected since
+
+    // The client's thread only.
     std::unique_ptr<QModbusClient> client;
     // The TCP client's socket, where Qt makes it the client's child; a request sent ahead is
     // flushed through it at once.
     QPointer<QAbstractSocket> socket;
+    // Exchanges on their way, ended as "nothing on its way" when the connection closes.
+    std::vector<std::weak_ptr<exchange_t>> on_their_way;
 
-    // What abort() reaches from another thread. A standard mutex, which ThreadSanitizer sees.
-    std::mutex lock;
-    QEventLoop* loop = nullptr;
+    // Under io->lock: abort() came, and no wait has spent it yet.
     bool aborted = false;
+
+    // Last: ended, with nothing more running in it, before the members above go.
+    std::shared_ptr<io_thread> io = std::make_shared<io_thread>();
 
     // "tcp://127.0.0.1:1502 unit 1: holding 10 to 19"
     QString where(table_e table, uint16_t start, int count) const
@@ -137,72 +168,186 @@ struct modbus_module::private_t {
             .arg(int(start) + count - 1);
     }
 
-    // Runs an event loop until @p done is emitted or abort() comes; throws stopped for the latter.
-    template <typename Sender, typename Signal>
-    void wait_for(Sender* sender, Signal done, int timeout_ms = -1, bool* timed_out = nullptr)
+    // The client's thread: hands the outcome of @p ex to the caller waiting for it, once.
+    void settle(exchange_t& ex, QVector<uint16_t> result, std::exception_ptr error)
     {
-        QEventLoop here;
-        QObject::connect(sender, done, &here, &QEventLoop::quit);
-        // Only a connect has a deadline of its own; a reply's is the client's time-out.
-        std::optional<QTimer> deadline;
-        if (timeout_ms >= 0) {
-            deadline.emplace();
-            deadline->setSingleShot(true);
-            QObject::connect(&*deadline, &QTimer::timeout, &here, [&] {
-                *timed_out = true;
-                here.quit();
-            });
-            deadline->start(timeout_ms);
-        }
-        {
-            std::lock_guard<std::mutex> guard(lock);
+        std::lock_guard<std::mutex> guard(io->lock);
+        if (ex.done)
+            return;
+        ex.done = true;
+        ex.result = std::move(result);
+        ex.error = std::move(error);
+        io->changed.notify_all();
+    }
+
+    template <typename Exception>
+    void fail(exchange_t& ex, const Exception& e)
+    {
+        settle(ex, {}, std::make_exception_ptr(e));
+    }
+
+    // Waits for @p ex, for abort() or for @p timeout_ms to pass (then throws what @p on_timeout
+    // makes); rethrows the exchange's own failure.
+    template <typename Timeout>
+    QVector<uint16_t> await(exchange_t& ex, int timeout_ms, Timeout on_timeout)
+    {
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(timeout_ms, 0));
+        std::unique_lock<std::mutex> wait(io->lock);
+        for (;;) {
+            // A stop that came before the wait ends it too: it was meant for the call in progress.
             if (aborted) {
                 aborted = false;
                 throw media_exception(media_exception::stopped, "stopped");
             }
-            loop = &here;
+            if (ex.done)
+                break;
+            if (io->changed.wait_until(wait, deadline) == std::cv_status::timeout && !ex.done && !aborted)
+                throw on_timeout();
         }
-        here.exec();
-        std::lock_guard<std::mutex> guard(lock);
-        loop = nullptr;
-        if (aborted) {
-            aborted = false;
-            throw media_exception(media_exception::stopped, "stopped");
-        }
+        if (ex.error)
+            std::rethrow_exception(ex.error);
+        return std::move(ex.result);
     }
 
-    void set_request_class(int timeout_ms, int repeats)
+    // The client's thread: makes the client and begins to connect.
+    void open_client(const std::shared_ptr<exchange_t>& attempt)
     {
-        client->setTimeout(std::max(timeout_ms, 10)); // Qt's smallest
-        client->setNumberOfRetries(std::max(repeats, 0));
+        const address_t& a = address;
+        if (a.tcp) {
+            client = std::make_unique<QModbusTcpClient>();
+            client->setConnectionParameter(QModbusDevice::NetworkAddressParameter, a.host);
+            client->setConnectionParameter(QModbusDevice::NetworkPortParameter, a.port);
+        } else {
+            client = std::make_unique<rtu_client>();
+            client->setConnectionParameter(QModbusDevice::SerialPortNameParameter, a.device);
+            client->setConnectionParameter(QModbusDevice::SerialBaudRateParameter, a.baud);
+            client->setConnectionParameter(QModbusDevice::SerialParityParameter, a.parity);
+            client->setConnectionParameter(QModbusDevice::SerialDataBitsParameter, a.data);
+            client->setConnectionParameter(QModbusDevice::SerialStopBitsParameter, a.stop);
+        }
+        QModbusClient* const c = client.get();
+        // Connected, or back to unconnected with an error: either settles the attempt.
+        const auto check = [this, c, attempt] {
+            if (c->state() == QModbusDevice::ConnectedState) {
+                if (address.tcp)
+                    socket = c->findChild<QAbstractSocket*>();
+                settle(*attempt, {}, {});
+            } else if (c->state() == QModbusDevice::UnconnectedState) {
+                fail(*attempt, no_connection(c->errorString()));
+            }
+        };
+        QObject::connect(c, &QModbusDevice::stateChanged, io->context(), check);
+        if (!c->connectDevice())
+            fail(*attempt, no_connection(c->errorString()));
+        else
+            check();
     }
 
-    // Waits for @p reply (sent, or not with Qt's reason @p not_sent) and turns its failure into
-    // the interface's exceptions.
-    QModbusDataUnit finish(QModbusReply* reply, const QString& not_sent, bool reading, table_e table,
-                           uint16_t start, int count)
+    media_exception no_connection(const QString& why) const
+    {
+        return media_exception(media_exception::no_device,
+                               QStringLiteral("%1: no connection (%2)").arg(text, why).toStdString());
+    }
+
+    // The client's thread: ends what is on its way and closes the client.
+    void close_client()
+    {
+        for (const std::weak_ptr<exchange_t>& weak : on_their_way)
+            if (const std::shared_ptr<exchange_t> ex = weak.lock())
+                fail(*ex, nothing_on_its_way(ex->table, ex->start, ex->count));
+        on_their_way.clear();
+        if (!client)
+            return;
+        client->disconnectDevice();
+        client.reset();
+    }
+
+    media_exception nothing_on_its_way(table_e table, uint16_t start, int count) const
+    {
+        return media_exception(
+            media_exception::not_open,
+            QStringLiteral("%1: nothing on its way (the connection was closed, or the reply was taken)")
+                .arg(where(table, start, count))
+                .toStdString());
+    }
+
+    // The client's thread: sends the request of @p ex.
+    void send(const std::shared_ptr<exchange_t>& ex)
+    {
+        if (!client) {
+            fail(*ex,
+                 media_exception(media_exception::not_open,
+                                 (text + QStringLiteral(": not connected")).toStdString()));
+            return;
+        }
+        client->setTimeout(std::max(ex->timeout_ms, 10)); // Qt's smallest
+        client->setNumberOfRetries(std::max(ex->repeats, 0));
+        QModbusDataUnit unit(register_type(ex->table), ex->start, quint16(ex->count));
+        QModbusReply* reply = nullptr;
+        if (ex->reading) {
+            reply = client->sendReadRequest(unit, address.unit);
+        } else {
+            for (int i = 0; i < ex->values.size(); ++i)
+                unit.setValue(i, ex->values[i]);
+            reply = client->sendWriteRequest(unit, address.unit);
+        }
+        // Out now, not when this thread next waits: Qt's socket writes from its event loop.
+        if (socket)
+            socket->flush();
+        if (!reply) {
+            fail(*ex,
+                 media_exception(media_exception::no_device,
+                                 QStringLiteral("%1: not sent: %2")
+                                     .arg(where(ex->table, ex->start, ex->count), client->errorString())
+                                     .toStdString()));
+            return;
+        }
+        ex->reply = reply;
+        on_their_way.erase(std::remove_if(on_their_way.begin(), on_their_way.end(),
+                                          [](const std::weak_ptr<exchange_t>& w) { return w.expired(); }),
+                           on_their_way.end());
+        on_their_way.push_back(ex);
+        if (reply->isFinished())
+            take_reply(*ex);
+        else
+            QObject::connect(reply, &QModbusReply::finished, io->context(), [this, ex] { take_reply(*ex); });
+    }
+
+    // The client's thread: the outcome of a finished reply.
+    void take_reply(exchange_t& ex)
+    {
+        QModbusReply* const reply = ex.reply.data();
+        ex.reply.clear();
+        if (!reply)
+            return;
+        QVector<uint16_t> values;
+        std::exception_ptr error;
+        try {
+            values = interpret(*reply, ex);
+        } catch (...) {
+            error = std::current_exception();
+        }
+        reply->deleteLater();
+        settle(ex, std::move(values), std::move(error));
+    }
+
+    // Turns a finished reply into its values or the interface's exceptions.
+    QVector<uint16_t> interpret(const QModbusReply& reply, const exchange_t& ex) const
     {
         // Named only for a failure: a reply that succeeds costs no text.
-        const auto place = [&] { return where(table, start, count); };
-        if (!reply)
-            throw media_exception(media_exception::no_device,
-                                  QStringLiteral("%1: not sent: %2").arg(place(), not_sent).toStdString());
-        // Deleted here, out of its own signals: a deferred delete would wait for the thread's outer
-        // event loop, which a sweep does not return to.
-        const std::unique_ptr<QModbusReply> owned(reply);
-        if (!reply->isFinished())
-            wait_for(reply, &QModbusReply::finished);
-        const QString qt_text = reply->errorString();
-        if (reply->error() == invalid_response_error)
+        const auto place = [&] { return where(ex.table, ex.start, ex.count); };
+        const QString qt_text = reply.errorString();
+        if (reply.error() == invalid_response_error)
             malformed(place(), qt_text);
-        switch (reply->error()) {
+        switch (reply.error()) {
         case QModbusDevice::NoError:
             break;
         case QModbusDevice::TimeoutError:
-            throw media_exception(reading ? media_exception::read_failed : media_exception::write_failed,
+            throw media_exception(ex.reading ? media_exception::read_failed : media_exception::write_failed,
                                   QStringLiteral("%1: no answer (%2)").arg(place(), qt_text).toStdString());
         case QModbusDevice::ProtocolError: {
-            const QByteArray pdu = raw_bytes(reply->rawResult());
+            const QByteArray pdu = raw_bytes(reply.rawResult());
             const bool is_exception = pdu.size() >= 2 && (uint8_t(pdu[0]) & QModbusPdu::ExceptionByte);
             const auto code = QModbusPdu::ExceptionCode(is_exception ? uint8_t(pdu[1]) : 0);
             if (!is_exception)
@@ -230,19 +375,73 @@ struct modbus_module::private_t {
             throw proto_exception(proto_exception::general_error,
                                   QStringLiteral("%1: %2").arg(place(), qt_text).toStdString());
         }
-        const QModbusDataUnit unit = reply->result();
+        if (!ex.reading)
+            return {};
+        const QModbusDataUnit unit = reply.result();
         // Bits travel in whole bytes; Qt 6 hands the padding bits out as values too.
-        const bool bits = table == coil || table == discrete;
+        const bool bits = ex.table == coil || ex.table == discrete;
         const int got = int(unit.valueCount());
-        if (reading && (unit.startAddress() != start || got < count || (!bits && got != count)))
+        if (unit.startAddress() != ex.start || got < ex.count || (!bits && got != ex.count))
             throw proto_exception(proto_exception::invalid_result,
                                   QStringLiteral("%1: the reply holds %2 values from %3")
                                       .arg(place())
                                       .arg(unit.valueCount())
                                       .arg(unit.startAddress())
                                       .toStdString());
-        return unit;
+        QVector<uint16_t> values;
+        values.reserve(ex.count);
+        for (int i = 0; i < ex.count; ++i)
+            values.append(unit.value(i));
+        return values;
     }
+
+    // Hands a new exchange to the client's thread.
+    std::shared_ptr<exchange_t> begin_exchange(table_e table, uint16_t start, int count, bool reading,
+                                               QVector<uint16_t> values = {})
+    {
+        if (!open)
+            throw media_exception(media_exception::not_open,
+                                  (text + QStringLiteral(": not connected")).toStdString());
+        auto ex = std::make_shared<exchange_t>();
+        ex->table = table;
+        ex->start = start;
+        ex->count = count;
+        ex->reading = reading;
+        ex->values = std::move(values);
+        ex->timeout_ms = reading ? config.timeout_s : config.timeout_m;
+        ex->repeats = reading ? config.repeats_s : config.repeats_m;
+        io->post([this, ex] { send(ex); });
+        return ex;
+    }
+
+    // Waits for @p ex as read(), write() and finish_read() do; a request given up is dropped.
+    QVector<uint16_t> finish(const std::shared_ptr<exchange_t>& ex)
+    {
+        const int longest = std::max(ex->timeout_ms, 10) * (std::max(ex->repeats, 0) + 1) + reply_margin_ms;
+        try {
+            return await(*ex, longest, [&] {
+                return media_exception(ex->reading ? media_exception::read_failed
+                                                   : media_exception::write_failed,
+                                       QStringLiteral("%1: no answer within %2 ms")
+                                           .arg(where(ex->table, ex->start, ex->count))
+                                           .arg(longest)
+                                           .toStdString());
+            });
+        } catch (...) {
+            drop(ex);
+            throw;
+        }
+    }
+
+    // Drops the reply of @p ex, should one still come. Qt forgets the transaction of a reply
+    // that is destroyed.
+    static void drop(const std::weak_ptr<io_thread>& io, const std::shared_ptr<exchange_t>& ex)
+    {
+        if (const std::shared_ptr<io_thread> thread = io.lock())
+            thread->post([ex] { delete ex->reply.data(); });
+    }
+
+    void drop(const std::shared_ptr<exchange_t>& ex) const { drop(io, ex); }
 };
 
 modbus_module::modbus_module(const QString& address)
@@ -266,62 +465,40 @@ void modbus_module::connect()
 {
     // A connect begins an operation: a stop that came after the last call ended is spent.
     {
-        std::lock_guard<std::mutex> guard(d->lock);
+        std::lock_guard<std::mutex> guard(d->io->lock);
         d->aborted = false;
     }
-    if (d->client && d->client->state() == QModbusDevice::ConnectedState)
-        return;
-    disconnect();
-    const address_t& a = d->address;
-    if (a.tcp) {
-        d->client = std::make_unique<QModbusTcpClient>();
-        d->client->setConnectionParameter(QModbusDevice::NetworkAddressParameter, a.host);
-        d->client->setConnectionParameter(QModbusDevice::NetworkPortParameter, a.port);
-    } else {
-        d->client = std::make_unique<rtu_client>();
-        d->client->setConnectionParameter(QModbusDevice::SerialPortNameParameter, a.device);
-        d->client->setConnectionParameter(QModbusDevice::SerialBaudRateParameter, a.baud);
-        d->client->setConnectionParameter(QModbusDevice::SerialParityParameter, a.parity);
-        d->client->setConnectionParameter(QModbusDevice::SerialDataBitsParameter, a.data);
-        d->client->setConnectionParameter(QModbusDevice::SerialStopBitsParameter, a.stop);
+    if (d->open) {
+        bool connected = false;
+        d->io->call([&] { connected = d->client && d->client->state() == QModbusDevice::ConnectedState; });
+        if (connected)
+            return;
     }
-    QModbusClient* client = d->client.get();
-    const auto fail = [&](const QString& why) {
-        const QString text = QStringLiteral("%1: no connection (%2)").arg(d->text, why);
-        d->client.reset();
-        throw media_exception(media_exception::no_device, text.toStdString());
-    };
-    if (!client->connectDevice())
-        fail(client->errorString());
-    // Connected, or back to unconnected with an error: either is a change of state.
-    QElapsedTimer clock;
-    clock.start();
-    bool timed_out = false;
-    while (!timed_out && client->state() == QModbusDevice::ConnectingState)
-        d->wait_for(client, &QModbusDevice::stateChanged,
-                    int(std::max<qint64>(0, d->config.timeout_l - clock.elapsed())), &timed_out);
-    if (timed_out)
-        fail(QStringLiteral("no answer within %1 ms").arg(d->config.timeout_l));
-    if (client->state() != QModbusDevice::ConnectedState)
-        fail(client->errorString());
-    if (a.tcp)
-        d->socket = client->findChild<QAbstractSocket*>();
+    disconnect();
+    const auto attempt = std::make_shared<exchange_t>();
+    d->io->post([this, attempt] { d->open_client(attempt); });
+    try {
+        d->await(*attempt, d->config.timeout_l, [&] {
+            return d->no_connection(QStringLiteral("no answer within %1 ms").arg(d->config.timeout_l));
+        });
+    } catch (...) {
+        d->io->call([&] { d->close_client(); });
+        throw;
+    }
+    d->open = true;
 }
 
 void modbus_module::disconnect()
 {
-    if (!d->client)
-        return;
-    d->client->disconnectDevice();
-    d->client.reset();
+    d->open = false;
+    d->io->call([&] { d->close_client(); });
 }
 
 void modbus_module::abort()
 {
-    std::lock_guard<std::mutex> guard(d->lock);
+    std::lock_guard<std::mutex> guard(d->io->lock);
     d->aborted = true;
-    if (d->loop)
-        QMetaObject::invokeMethod(d->loop, "quit", Qt::QueuedConnection);
+    d->io->changed.notify_all();
 }
 
 qz::api::proto::qz_media& modbus_module::media()
@@ -342,25 +519,14 @@ modbus_module::pending_read::pending_read(table_e table, uint16_t start, int cou
     , _count(count)
 {}
 
-modbus_module::pending_read::pending_read(pending_read&& other) noexcept
-    : _reply(std::move(other._reply))
-    , _not_sent(std::move(other._not_sent))
-    , _sent(other._sent)
-    , _table(other._table)
-    , _start(other._start)
-    , _count(other._count)
-{
-    other._reply.clear();
-}
+modbus_module::pending_read::pending_read(pending_read&& other) noexcept = default;
 
 modbus_module::pending_read& modbus_module::pending_read::operator=(pending_read&& other) noexcept
 {
     if (this != &other) {
         _abandon();
-        _reply = std::move(other._reply);
-        other._reply.clear();
-        _not_sent = std::move(other._not_sent);
-        _sent = other._sent;
+        _exchange = std::move(other._exchange);
+        _io = std::move(other._io);
         _table = other._table;
         _start = other._start;
         _count = other._count;
@@ -375,9 +541,8 @@ modbus_module::pending_read::~pending_read()
 
 void modbus_module::pending_read::_abandon()
 {
-    // Qt forgets the transaction of a reply that is destroyed.
-    delete _reply.data();
-    _reply.clear();
+    if (_exchange)
+        private_t::drop(_io, std::exchange(_exchange, nullptr));
 }
 
 QVector<uint16_t> modbus_module::read(table_e table, uint16_t start, int count)
@@ -388,54 +553,24 @@ QVector<uint16_t> modbus_module::read(table_e table, uint16_t start, int count)
 
 modbus_module::pending_read modbus_module::send_read(table_e table, uint16_t start, int count)
 {
-    if (!d->client)
-        throw media_exception(media_exception::not_open,
-                              (d->text + QStringLiteral(": not connected")).toStdString());
-    d->set_request_class(d->config.timeout_s, d->config.repeats_s);
     pending_read request(table, start, count);
-    request._reply = d->client->sendReadRequest(QModbusDataUnit(register_type(table), start, quint16(count)),
-                                                d->address.unit);
-    // Out now, not when this thread next waits: Qt's socket writes from its event loop.
-    if (d->socket)
-        d->socket->flush();
-    request._sent = bool(request._reply);
-    if (!request._sent)
-        request._not_sent = d->client->errorString();
+    request._exchange = d->begin_exchange(table, start, count, true);
+    request._io = d->io;
     return request;
 }
 
 QVector<uint16_t> modbus_module::finish_read(pending_read& request)
 {
-    QModbusReply* reply = request._reply.data();
-    request._reply.clear();
-    const QString not_sent = std::exchange(request._not_sent, QString());
     // Once finished, a request reads as one whose reply is gone.
-    if (std::exchange(request._sent, true) && !reply)
-        throw media_exception(
-            media_exception::not_open,
-            QStringLiteral("%1: nothing on its way (the connection was closed, or the reply was taken)")
-                .arg(d->where(request._table, request._start, request._count))
-                .toStdString());
-    const QModbusDataUnit unit =
-        d->finish(reply, not_sent, true, request._table, request._start, request._count);
-    QVector<uint16_t> values;
-    values.reserve(request._count);
-    for (int i = 0; i < request._count; ++i)
-        values.append(unit.value(i));
-    return values;
+    const std::shared_ptr<exchange_t> ex = std::exchange(request._exchange, nullptr);
+    if (!ex)
+        throw d->nothing_on_its_way(request._table, request._start, request._count);
+    return d->finish(ex);
 }
 
 void modbus_module::write(table_e table, uint16_t start, const QVector<uint16_t>& values)
 {
-    if (!d->client)
-        throw media_exception(media_exception::not_open,
-                              (d->text + QStringLiteral(": not connected")).toStdString());
-    d->set_request_class(d->config.timeout_m, d->config.repeats_m);
-    QModbusDataUnit request(register_type(table), start, quint16(values.size()));
-    for (int i = 0; i < values.size(); ++i)
-        request.setValue(i, values[i]);
-    QModbusReply* reply = d->client->sendWriteRequest(request, d->address.unit);
-    d->finish(reply, reply ? QString() : d->client->errorString(), false, table, start, int(values.size()));
+    d->finish(d->begin_exchange(table, start, int(values.size()), false, values));
 }
 
 } // namespace qz::modbus

@@ -8,28 +8,30 @@
 
 #include <module_api/qz_module.h>
 
-#include <QPointer>
 #include <QString>
 #include <QVector>
 
 #include <cstdint>
 #include <memory>
 
-class QModbusReply;
-
 namespace qz::modbus {
+
+class io_thread;
 
 /**
  * @class modbus_module modbus_module.h <qzgui/modbus/modbus_module.h>
  *
- * A device module that speaks Modbus, over TCP or RTU on a serial line, through Qt SerialBus. Its
- * calls belong to one thread (a worker's): the Qt client is made there on connect() and each call
- * waits there for its reply in an event loop, without busy-waiting. abort() may come from any
- * thread and ends the call in progress within 100 ms with media_exception::stopped.
+ * A device module that speaks Modbus, over TCP or RTU on a serial line, through Qt SerialBus. The
+ * Qt client lives in a thread of the module's own; a call hands it the request and waits on a
+ * condition variable, without busy-waiting and without running the calling thread's event loop.
+ * So a request queued to a worker while it waits for a reply runs after the operation in
+ * progress, never inside it. Calls come from one thread at a time (a worker's); abort() may come
+ * from any thread and ends the call in progress within 100 ms with media_exception::stopped.
  *
  * The command configuration sets the client's response time-out and retry count per request:
  * reads take the "s" class (timeout_s, repeats_s), writes the "m" class (timeout_m, repeats_m)
- * and connecting waits up to timeout_l.
+ * and connecting waits up to timeout_l. Whatever the client does, no wait for a reply lasts longer
+ * than the time-out times (repeats + 1), plus a second.
  *
  * Failures throw the module interface's exceptions, with the address, the Modbus exception code
  * and Qt's error text in the message: no connection, a refused connection or no such serial port
@@ -67,6 +69,10 @@ public:
     /// Kept for the interface; a Modbus connection stays open until disconnect() either way.
     void set_persistent(bool persistent) override;
 
+private:
+    struct exchange_t; // one request and its outcome, shared with the client's thread
+
+public:
     /**
      * A read on its way to the device, from send_read() until finish_read() takes its values.
      * Destroying it unfinished abandons the request: its reply, should one still come, is dropped.
@@ -83,9 +89,8 @@ public:
         pending_read(table_e table, uint16_t start, int count);
         void _abandon();
 
-        QPointer<QModbusReply> _reply; // the client owns it too: gone with a closed connection
-        QString _not_sent;             // Qt's reason, when the request could not be sent
-        bool _sent = false;            // a reply was made, or the request was finished
+        std::shared_ptr<exchange_t> _exchange; // null once finished or moved from
+        std::weak_ptr<io_thread> _io;          // where its reply is dropped, should it be abandoned
         table_e _table;
         uint16_t _start;
         int _count;
