@@ -96,6 +96,16 @@ bool ui_controller::has_changed_parameters()
     return !_changed.isEmpty();
 }
 
+bool ui_controller::is_changed_parameter(uint32_t id) const
+{
+    return _changed.contains(id);
+}
+
+const QVector<uint32_t>& ui_controller::changed_parameters() const
+{
+    return _changed;
+}
+
 void ui_controller::remove_changed_parameter(uint32_t id)
 {
     _changed.removeOne(id);

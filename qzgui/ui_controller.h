@@ -93,6 +93,12 @@ public:
     /// @return whether the user changed any parameter
     bool has_changed_parameters();
 
+    /// @return whether @p id is on the changed list; cheap enough to ask for every value
+    bool is_changed_parameter(uint32_t id) const;
+
+    /// @return the changed list: the ids the user changed, in the order of first change
+    const QVector<uint32_t>& changed_parameters() const;
+
     /// Takes @p id off the changed list (typically after its write succeeded); hints stay.
     void remove_changed_parameter(uint32_t id);
 

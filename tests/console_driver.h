@@ -6,6 +6,7 @@
 
 #include "console_window.h"
 #include "device_parameters.h"
+#include "form_fixture.h"
 
 #include "simulator/simulated_module.h"
 
@@ -136,13 +137,7 @@ inline void answer_close_question(const QString& text)
     });
 }
 
-// Selects all of a field's text and types @p text, as a user does.
-inline void retype(QWidget* field, const QString& text)
-{
-    field->setFocus();
-    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(field, text);
-}
+using qz::test::retype;
 
 } // namespace qz::test::console
 

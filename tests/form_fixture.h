@@ -31,6 +31,14 @@ inline void click_indicator(QCheckBox* box)
     QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, indicator.center());
 }
 
+/// Selects all of a field's text and types @p text, as a user does.
+inline void retype(QWidget* field, const QString& text)
+{
+    field->setFocus();
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(field, text);
+}
+
 /// Parameter ids of the form's widgets.
 enum form_id : uint32_t {
     id_check = 1,

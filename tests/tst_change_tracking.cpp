@@ -53,6 +53,14 @@ private slots:
         pairs_t again{{1, 1}};
         controller.collect_changed_params(again);
         QCOMPARE(again.size(), 3);
+        // The list itself, without collecting values.
+        QCOMPARE(controller.changed_parameters(), QVector<uint32_t>({id_spin, id_line}));
+        QVERIFY(controller.is_changed_parameter(id_line));
+        QVERIFY(!controller.is_changed_parameter(id_double));
+        QVERIFY(!controller.is_changed_parameter(4711));
+        controller.remove_changed_parameter(id_spin);
+        QCOMPARE(controller.changed_parameters(), QVector<uint32_t>({id_line}));
+        QVERIFY(!controller.is_changed_parameter(id_spin));
     }
 
     void every_kind_collects_its_value_type()

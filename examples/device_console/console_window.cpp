@@ -12,6 +12,7 @@
 #include <qzgui/HexSpinBox16.h>
 #include <qzgui/HexSpinBox32.h>
 #include <qzgui/form_scan.h>
+#include <qzgui/form_session.h>
 #include <qzgui/log_controller.h>
 #include <qzgui/parameter_file.h>
 
@@ -96,6 +97,19 @@ console_window::console_window(qz::gui::sat_worker* worker, qz::sim::simulated_m
         tr("Device: %1").arg(_texts.get_connection_state_string(sat_worker::state_disconnected)));
 
     _form = std::make_unique<qz::gui::ui_controller>(&_widgets, &_hints);
+    // Keeps the form and the device in step: every field shows the device's value or is pending.
+    _session = std::make_unique<qz::gui::form_session>(_form.get(), &_widgets, &_hints);
+    _session->set_value_formatter(&format_value);
+    connect(_session.get(), &qz::gui::form_session::on_pending_kept, this,
+            [this](uint32_t id, const QVariant& shown, const QVariant& device) {
+                _log->log(log_item::INFO,
+                          QStringLiteral("%1: %2 is pending, the device holds %3")
+                              .arg(parameter_name(id), format_value(id, shown), format_value(id, device)));
+            });
+    connect(_session.get(), &qz::gui::form_session::on_value_not_shown, this,
+            [this](uint32_t id, const QVariant&, const QString& text) {
+                _log->log(log_item::WARN, parameter_name(id) + QStringLiteral(": ") + text);
+            });
     _build_profiles();
     _build_menus();
 
@@ -208,22 +222,12 @@ QWidget* console_window::field(uint32_t id) const
 
 QVector<uint32_t> console_window::pending_ids() const
 {
-    QVector<QPair<uint32_t, QVariant>> changes;
-    _form->collect_changed_params(changes);
-    QVector<uint32_t> ids;
-    for (const auto& change : qAsConst(changes))
-        ids.append(change.first);
-    return ids;
+    return _session->pending_ids();
 }
 
 QVariant console_window::field_value(uint32_t id) const
 {
-    return qz::gui::read_form_values({{id, _widgets.value(id)}}).value(id);
-}
-
-bool console_window::_is_pending(uint32_t id) const
-{
-    return pending_ids().contains(id);
+    return _session->field_value(id);
 }
 
 QWidget* console_window::_build_form()
@@ -343,25 +347,29 @@ void console_window::_connect_worker()
                           _texts.get_operation_error_string(op) + QStringLiteral(": ")
                               + printable(_texts.get_error_descriptor_string(err)));
             });
-    connect(_worker, &sat_worker::on_get_param, this, &console_window::_on_value);
+    // Values are logged first, then shown by the session's rules.
+    connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
+        _log->log(log_item::QZTTC,
+                  QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
+    });
+    connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
+        _log->log(log_item::QZTTC,
+                  QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
+    });
     connect(
         _worker, &sat_worker::on_get_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
-    connect(_worker, &sat_worker::on_set_param, this, &console_window::_on_written);
     connect(
         _worker, &sat_worker::on_set_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
+    _session->connect_worker(_worker);
 }
 
 void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
 {
     _log->log(log_item::INFO, _texts.get_operation_type_string(op, status));
-    if (status == sat_worker::status_begin) {
-        // Error hints belong to the operation that set them. Pending changes stay: only a value
-        // from the device, a confirmed write or Discard settles a field.
-        _clear_error_hints();
+    if (status == sat_worker::status_begin)
         return;
-    }
     _set_busy(false);
     emit operation_finished();
     _continue_closing();
@@ -391,75 +399,12 @@ void console_window::_continue_closing()
     close();
 }
 
-void console_window::_on_value(uint32_t id, const QVariant& value)
-{
-    _log->log(log_item::QZTTC,
-              QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
-    _last_read.insert(id, value);
-    _show_device_value(id, value);
-}
-
-void console_window::_on_written(uint32_t id, const QVariant& value)
-{
-    _log->log(log_item::QZTTC,
-              QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
-    _last_read.insert(id, value);
-    // A field edited again while its write ran keeps its newer value, pending. Any other field
-    // shows what the device now holds, also one whose change was discarded meanwhile.
-    if (_is_pending(id) && field_value(id) != value)
-        return;
-    _show_device_value(id, value);
-}
-
-void console_window::_show_device_value(uint32_t id, const QVariant& value)
-{
-    // Written as an edit, not under the loading flag: where the active profile cannot show the
-    // value (out of range, too many decimals, an item it lacks), the field changes to something
-    // else and the form records that as a change the device does not hold. A pending field keeps
-    // its own value then: the device's value did not replace it.
-    const bool was_pending = _is_pending(id);
-    const QVariant before = field_value(id);
-    _form->set_data(id, value);
-    if (was_pending && field_value(id) != value)
-        _form->set_data(id, before);
-    _settle(id);
-}
-
-void console_window::_settle(uint32_t id)
-{
-    const QMap<uint32_t, QVariant> shown = qz::gui::read_form_values({{id, _widgets.value(id)}});
-    const auto device = _last_read.constFind(id);
-    // Fields without a value, and fields never read, have nothing to disagree with.
-    if (!shown.contains(id) || device == _last_read.constEnd() || shown.value(id) == *device) {
-        _form->remove_changed_parameter(id);
-        _form->set_hint_for_changed_value(id, false, QString());
-        return;
-    }
-    if (_is_pending(id)) {
-        _log->log(log_item::INFO,
-                  QStringLiteral("%1: %2 is pending, the device holds %3")
-                      .arg(parameter_name(id), format_value(id, shown.value(id)), format_value(id, *device)));
-        return;
-    }
-    // The field already showed the nearest value it can, so no edit marked it: say so instead.
-    const QString text = QStringLiteral("the device holds %1, which the active profile cannot show")
-                             .arg(format_value(id, *device));
-    _log->log(log_item::WARN, parameter_name(id) + QStringLiteral(": ") + text);
-    _form->set_hint_for_error(id, true, text);
-}
-
-void console_window::_clear_error_hints()
-{
-    for (auto it = _hints.cbegin(); it != _hints.cend(); ++it)
-        _form->set_hint_for_error(it.key(), false, QString());
-}
-
 void console_window::_on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err)
 {
     const QString text = printable(_texts.get_error_descriptor_string(err));
     _log->log(log_item::ERROR,
               QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
-    _form->set_hint_for_error(id, true, text);
+    _session->mark_failed(id, text);
 }
 
 void console_window::_set_busy(bool busy)
@@ -486,8 +431,7 @@ void console_window::write_changes()
 {
     if (_busy)
         return;
-    QVector<QPair<uint32_t, QVariant>> changes;
-    _form->collect_changed_params(changes);
+    const QVector<QPair<uint32_t, QVariant>> changes = _session->pending_changes();
     if (changes.isEmpty()) {
         _log->log(log_item::WARN, QStringLiteral("nothing to write: no field was changed"));
         return;
@@ -499,15 +443,7 @@ void console_window::write_changes()
 
 void console_window::discard_changes()
 {
-    // Each pending field gets the device's value back the way a value from the device comes in;
-    // one that the active profile cannot show it in keeps its pending value.
-    for (const uint32_t id : pending_ids()) {
-        const auto device = _last_read.constFind(id);
-        if (device != _last_read.constEnd())
-            _show_device_value(id, *device);
-        else
-            _settle(id);
-    }
+    _session->discard_changes();
 }
 
 void console_window::stop()
@@ -520,15 +456,9 @@ void console_window::select_profile(int index)
 {
     _profile->setCurrentIndex(index);
     _log->log(log_item::INFO, QStringLiteral("profile: ") + _profile->itemText(index));
-    // Applied without the loading flag, so the form records every field the profile changes. A
-    // field it changed to a value the device does not hold (a clamped gain, a rounded frequency,
-    // a mode the profile lacks) stays a pending change that the next Write sends; the others,
-    // such as a combo box refilled with its item kept, settle again at once.
-    const QVector<uint32_t> before = pending_ids();
-    _profiles.set_active_profile(uint32_t(index));
-    for (const uint32_t id : pending_ids())
-        if (!before.contains(id))
-            _settle(id);
+    // A field the profile changed to a value the device does not hold (a clamped gain, a rounded
+    // frequency, a mode the profile lacks) becomes a pending change that the next Write sends.
+    _session->reconfigure([&] { _profiles.set_active_profile(uint32_t(index)); });
 }
 
 bool console_window::save_parameters_to(const QString& path)
@@ -556,7 +486,7 @@ bool console_window::load_parameters_from(const QString& path)
                   QStringLiteral("parameters not loaded: ") + printable(QString::fromUtf8(e.what())));
         return false;
     }
-    const QVector<uint32_t> unbound = qz::gui::apply_as_changes(*_form, _widgets, values);
+    const QVector<uint32_t> unbound = _session->apply_values(values);
     const QMap<uint32_t, QVariant> shown = qz::gui::read_form_values(_widgets);
     QStringList not_editable;
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
@@ -572,10 +502,6 @@ bool console_window::load_parameters_from(const QString& path)
             _log->log(log_item::WARN,
                       QStringLiteral("%1: the file holds %2, which the active profile cannot show")
                           .arg(parameter_name(id), format_value(id, *it)));
-        // A loaded value that equals the device's is no change: the field settles again.
-        const auto device = _last_read.constFind(id);
-        if (device != _last_read.constEnd() && shown.value(id) == *device && _is_pending(id))
-            _settle(id);
     }
     QStringList names;
     for (const uint32_t id : pending_ids())

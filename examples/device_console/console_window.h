@@ -25,6 +25,7 @@ class QShowEvent;
 class QSpinBox;
 
 namespace qz::gui {
+class form_session;
 class log_controller;
 } // namespace qz::gui
 
@@ -130,13 +131,7 @@ private:
     void _connect_worker();
     void _on_operation(qz::gui::sat_worker::operation_type_e op,
                        qz::gui::sat_worker::operation_status_e status);
-    void _on_value(uint32_t id, const QVariant& value);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
-    void _on_written(uint32_t id, const QVariant& value);
-    void _show_device_value(uint32_t id, const QVariant& value);
-    void _settle(uint32_t id);
-    bool _is_pending(uint32_t id) const;
-    void _clear_error_hints();
     void _apply_faults();
     void _set_busy(bool busy);
     void _stop_worker();
@@ -155,8 +150,8 @@ private:
     std::unique_ptr<Ui::parameter_form> _ui;
     QMap<uint32_t, QPair<qz::gui::widget_type_e, QObject*>> _widgets;
     QMap<uint32_t, QWidget*> _hints;
-    QMap<uint32_t, QVariant> _last_read;
     std::unique_ptr<qz::gui::ui_controller> _form;
+    std::unique_ptr<qz::gui::form_session> _session;
     qz::gui::widget_profile_controller _profiles;
 
     QComboBox* _profile = nullptr;

@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "qzgui/form_session.h"
+
+#include "qzgui/parameter_file.h"
+#include "qzgui/sat_worker.h"
+#include "qzgui/widget_kind.h"
+
+#include <optional>
+#include <utility>
+
+namespace qz::gui {
+
+namespace {
+
+// What the field of @p id shows, as collecting gives it; nothing for a field without a value.
+std::optional<QVariant> field_of(const form_session::widget_map& widgets, uint32_t id)
+{
+    const auto it = widgets.constFind(id);
+    if (it == widgets.constEnd())
+        return std::nullopt;
+    const widget_kind_t* kind = widget_kind(it->first);
+    if (!kind || !kind->read)
+        return std::nullopt;
+    return kind->read(it->second);
+}
+
+} // namespace
+
+form_session::form_session(ui_controller* form, const widget_map* widgets,
+                           const QMap<uint32_t, QWidget*>* hints, QObject* parent)
+    : QObject(parent)
+    , _form(form)
+    , _widgets(widgets)
+    , _hints(hints)
+    , _format([](uint32_t, const QVariant& value) { return value.toString(); })
+{}
+
+form_session::~form_session() = default;
+
+void form_session::connect_worker(const sat_worker* worker)
+{
+    connect(worker, &sat_worker::on_get_param, this, &form_session::show_device_value);
+    connect(worker, &sat_worker::on_set_param, this, &form_session::confirm_written);
+    connect(worker, &sat_worker::on_operation_control, this,
+            [this](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
+                if (status == sat_worker::status_begin)
+                    begin_operation();
+            });
+}
+
+const QVector<uint32_t>& form_session::pending_ids() const
+{
+    return _form->changed_parameters();
+}
+
+bool form_session::is_pending(uint32_t id) const
+{
+    return _form->is_changed_parameter(id);
+}
+
+QVector<QPair<uint32_t, QVariant>> form_session::pending_changes() const
+{
+    QVector<QPair<uint32_t, QVariant>> changes;
+    _form->collect_changed_params(changes);
+    return changes;
+}
+
+const QMap<uint32_t, QVariant>& form_session::device_values() const
+{
+    return _device;
+}
+
+QVariant form_session::field_value(uint32_t id) const
+{
+    return field_of(*_widgets, id).value_or(QVariant());
+}
+
+void form_session::set_value_formatter(std::function<QString(uint32_t, const QVariant&)> format)
+{
+    _format = std::move(format);
+}
+
+void form_session::show_device_value(uint32_t id, const QVariant& value)
+{
+    _device.insert(id, value);
+    _show(id, value);
+}
+
+void form_session::confirm_written(uint32_t id, const QVariant& value)
+{
+    _device.insert(id, value);
+    // A field edited again while its write ran keeps its newer value, pending. Any other field
+    // shows what the device now holds, also one whose change was discarded meanwhile.
+    if (is_pending(id) && field_value(id) != value)
+        return;
+    _show(id, value);
+}
+
+void form_session::mark_failed(uint32_t id, const QString& text)
+{
+    _form->set_hint_for_error(id, true, text);
+}
+
+void form_session::discard_changes()
+{
+    // Each pending field gets the device's value back the way a value from the device comes in;
+    // one that cannot show it keeps its pending value.
+    const QVector<uint32_t> pending = pending_ids();
+    for (const uint32_t id : pending) {
+        const auto device = _device.constFind(id);
+        if (device != _device.constEnd())
+            _show(id, *device);
+        else
+            _settle(id);
+    }
+}
+
+void form_session::begin_operation()
+{
+    if (!_hints)
+        return;
+    for (auto it = _hints->cbegin(); it != _hints->cend(); ++it)
+        _form->set_hint_for_error(it.key(), false, QString());
+}
+
+void form_session::reconfigure(const std::function<void()>& change)
+{
+    // Run as an edit, so the form records every field the change altered. A combo box refilled
+    // with its item kept, say, settles again at once; a clamped or rounded value stays pending.
+    const QVector<uint32_t> before = pending_ids();
+    const bool loading = _form->get_loading_data();
+    _form->set_loading_data(false);
+    change();
+    _form->set_loading_data(loading);
+    const QVector<uint32_t> after = pending_ids();
+    for (const uint32_t id : after)
+        if (!before.contains(id))
+            _settle(id);
+}
+
+QVector<uint32_t> form_session::apply_values(const QMap<uint32_t, QVariant>& values)
+{
+    const QVector<uint32_t> unbound = apply_as_changes(*_form, *_widgets, values);
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        // A loaded value that equals the device's is no change: the field settles again.
+        const auto device = _device.constFind(it.key());
+        if (device != _device.constEnd() && is_pending(it.key()) && field_value(it.key()) == *device)
+            _settle(it.key());
+    }
+    return unbound;
+}
+
+void form_session::_show(uint32_t id, const QVariant& value)
+{
+    // Written as an edit, not under the loading flag: where the field cannot show the value (out
+    // of range, too many decimals, an item it lacks), it changes to something else and the form
+    // records that as a change the device does not hold. A pending field keeps its own value
+    // then: the device's value did not replace it.
+    const bool loading = _form->get_loading_data();
+    _form->set_loading_data(false);
+    const bool was_pending = is_pending(id);
+    const QVariant before = field_value(id);
+    _form->set_data(id, value);
+    if (was_pending && field_value(id) != value)
+        _form->set_data(id, before);
+    _form->set_loading_data(loading);
+    _settle(id);
+}
+
+void form_session::_settle(uint32_t id)
+{
+    const std::optional<QVariant> shown = field_of(*_widgets, id);
+    const auto device = _device.constFind(id);
+    // Fields without a value, and fields never read, have nothing to disagree with.
+    if (!shown || device == _device.constEnd() || *shown == *device) {
+        _form->remove_changed_parameter(id);
+        _form->set_hint_for_changed_value(id, false, QString());
+        return;
+    }
+    if (is_pending(id)) {
+        emit on_pending_kept(id, *shown, *device);
+        return;
+    }
+    // The field already showed the nearest value it can, so no edit marked it: say so instead.
+    const QString text =
+        QStringLiteral("the device holds %1, which the active profile cannot show").arg(_format(id, *device));
+    _form->set_hint_for_error(id, true, text);
+    emit on_value_not_shown(id, *device, text);
+}
+
+} // namespace qz::gui

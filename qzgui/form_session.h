@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#ifndef QZGUI_FORM_SESSION_H
+#define QZGUI_FORM_SESSION_H
+
+#include "qzgui/qzgui_export.h"
+
+#include "qzgui/ui_controller.h"
+
+#include <QMap>
+#include <QObject>
+#include <QPair>
+#include <QVariant>
+#include <QVector>
+
+#include <cstdint>
+#include <functional>
+
+class QWidget;
+
+namespace qz::gui {
+
+class sat_worker;
+
+/**
+ * @class form_session form_session.h <qzgui/form_session.h>
+ *
+ * Keeps a parameter form and its device in step, so that the form never disagrees with the device
+ * silently: every field either shows what the device holds or is a pending change (on the form
+ * binding's changed list, underlined), and nothing else.
+ *
+ * The rules:
+ * - A value from the device (a read) replaces what its field shows, an edit included; a read
+ *   replaces only the ids it read. Where a pending field cannot show the device's value, the edit
+ *   stays, and on_pending_kept() says so.
+ * - A confirmed write settles its field, unless the user edited the field again while the write
+ *   ran: then the newer edit stays pending. A field whose change was discarded meanwhile shows
+ *   what the device now holds.
+ * - Failures and stops change nothing in the form: edits stay pending for the next write. A
+ *   failed id gets an error hint (mark_failed()); error hints last until the next operation
+ *   begins.
+ * - Where the field cannot show the device's value (a profile's range, decimals or items), the
+ *   field shows the nearest it can: as a pending change when the user's edit or a profile switch
+ *   made it differ, else with an error hint and on_value_not_shown().
+ * - discard_changes() gives each pending field the device's value back by the same rules.
+ *
+ * The form binding is written with its loading flag clear, as an edit, so that a widget that
+ * cannot take a value records the difference; the session takes it back off the changed list
+ * where the device holds what the field shows.
+ *
+ * @code
+ * qz::gui::ui_controller form(&widgets, &hints);
+ * qz::gui::form_session session(&form, &widgets, &hints);
+ * session.connect_worker(worker);                 // values, confirmed writes, operation begins
+ * connect(worker, &sat_worker::on_get_param_request_error, this,
+ *         [&](uint32_t id, const error_descriptor& err) {
+ *             session.mark_failed(id, texts.get_error_descriptor_string(err));
+ *         });
+ * emit worker->set_params(session.pending_changes());
+ * @endcode
+ * GUI thread only. The session owns none of what it is given.
+ * @see ui_controller, sat_worker, scan_form()
+ */
+class QZGUI_EXPORT form_session : public QObject {
+    Q_OBJECT
+
+public:
+    /// The widget map a form binding is built with.
+    using widget_map = QMap<uint32_t, QPair<widget_type_e, QObject*>>;
+
+    /**
+     * @param form the form binding to keep in step; not owned, must outlive the session
+     * @param widgets the widget map @p form was built with; not owned
+     * @param hints the hint widget map @p form was built with, or null; not owned
+     * @param parent the parent object
+     */
+    form_session(ui_controller* form, const widget_map* widgets, const QMap<uint32_t, QWidget*>* hints,
+                 QObject* parent = nullptr);
+
+    /// Releases the session; the form and its maps are left alone.
+    ~form_session() override;
+
+    /**
+     * Connects @p worker's values (on_get_param), confirmed writes (on_set_param) and operation
+     * phases (on_operation_control) to the session. From the worker's thread they come queued.
+     * Failures are the application's to show: pass their texts to mark_failed().
+     */
+    void connect_worker(const sat_worker* worker);
+
+    /// @return the ids of the fields that hold a change not on the device, in the order of change
+    const QVector<uint32_t>& pending_ids() const;
+
+    /// @return whether the field of @p id holds a change not on the device
+    bool is_pending(uint32_t id) const;
+
+    /// @return the pending changes as a write request (sat_worker::set_params())
+    QVector<QPair<uint32_t, QVariant>> pending_changes() const;
+
+    /// @return the value the device last reported for each id (read or confirmed written)
+    const QMap<uint32_t, QVariant>& device_values() const;
+
+    /// @return what the field of @p id shows, as a write would send it; invalid for fields
+    ///         without a value and for ids the form does not bind
+    QVariant field_value(uint32_t id) const;
+
+    /**
+     * Sets how texts of the session show a value (default: QVariant::toString()), for instance to
+     * show some fields in hexadecimal.
+     */
+    void set_value_formatter(std::function<QString(uint32_t id, const QVariant& value)> format);
+
+    /**
+     * Runs @p change, a change of the form that is not the user's (switching a widget profile):
+     * fields it made pending settle again where they still show the device's value; the others
+     * stay pending, to be written as they now show.
+     */
+    void reconfigure(const std::function<void()>& change);
+
+    /**
+     * Applies @p values (from a parameter file) as the user's edits: each value that differs from
+     * its field becomes pending, and one that equals the device's value is no change.
+     * @return the ids the form does not bind; their values were left alone
+     * @see apply_as_changes()
+     */
+    QVector<uint32_t> apply_values(const QMap<uint32_t, QVariant>& values);
+
+public Q_SLOTS:
+    /// The device holds @p value for @p id (read): see the rules above.
+    void show_device_value(uint32_t id, const QVariant& value);
+
+    /// The device confirmed the write of @p value for @p id.
+    void confirm_written(uint32_t id, const QVariant& value);
+
+    /// Reading or writing @p id failed: marks its field with an error hint showing @p text.
+    void mark_failed(uint32_t id, const QString& text);
+
+    /// Puts every pending field back to the device's value where the field can show it.
+    void discard_changes();
+
+    /// An operation begins: error hints belong to the one before and are cleared.
+    void begin_operation();
+
+Q_SIGNALS:
+    /**
+     * The field of @p id stays a pending change that differs from the device: it shows @p shown,
+     * the device holds @p device (which the field cannot show, or which came while the user's
+     * newer edit was pending).
+     */
+    void on_pending_kept(uint32_t id, const QVariant& shown, const QVariant& device);
+
+    /**
+     * The field of @p id cannot show the device's value @p device and was marked with an error
+     * hint reading @p text ("the device holds 55, which the active profile cannot show").
+     */
+    void on_value_not_shown(uint32_t id, const QVariant& device, const QString& text);
+
+private:
+    void _show(uint32_t id, const QVariant& value);
+    void _settle(uint32_t id);
+
+    ui_controller* _form;
+    const widget_map* _widgets;
+    const QMap<uint32_t, QWidget*>* _hints;
+    QMap<uint32_t, QVariant> _device;
+    std::function<QString(uint32_t, const QVariant&)> _format;
+};
+
+} // namespace qz::gui
+
+#endif

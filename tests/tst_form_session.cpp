@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// form_session on a real form, edited with key presses: every field shows what the device holds
+// or is a pending change; reads, confirmed writes, failures, discards, profile-like changes and
+// loaded values keep it so; and the same with a real worker in its own thread.
+#include "event_thread.h"
+#include "form_fixture.h"
+#include "worker_fixture.h"
+
+#include <qzgui/form_session.h>
+
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <memory>
+
+using qz::gui::form_session;
+using qz::gui::ui_controller;
+using namespace qz::test;
+
+class tst_form_session : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<qz::test::form> _f;
+    std::unique_ptr<ui_controller> _form;
+    std::unique_ptr<form_session> _session;
+
+    // The values the device starts with.
+    const QMap<uint32_t, QVariant> _device{{id_check, true},
+                                           {id_line, QStringLiteral("pump")},
+                                           {id_spin, 12},
+                                           {id_double, 4.5},
+                                           {id_combo, 1u},
+                                           {id_label, QStringLiteral("v1")},
+                                           {id_datetime, QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5))}};
+
+    void read_all()
+    {
+        for (auto it = _device.cbegin(); it != _device.cend(); ++it)
+            _session->show_device_value(it.key(), it.value());
+    }
+
+    bool underlined(uint32_t id) const { return _f->hint(id)->font().underline(); }
+    bool marked_failed(uint32_t id) const
+    {
+        return _f->hint(id)->styleSheet().contains(QLatin1String("red"));
+    }
+    QVector<uint32_t> pending() const { return _session->pending_ids(); }
+
+private slots:
+    void initTestCase() { qz::gui::register_meta_types(); }
+
+    void init()
+    {
+        _f = std::make_unique<qz::test::form>();
+        _f->show();
+        _form = std::make_unique<ui_controller>(&_f->widgets, &_f->hints);
+        _session = std::make_unique<form_session>(_form.get(), &_f->widgets, &_f->hints);
+        read_all();
+    }
+
+    void cleanup()
+    {
+        _session.reset();
+        _form.reset();
+        _f.reset();
+    }
+
+    void values_from_the_device_fill_the_form_without_changes()
+    {
+        QCOMPARE(_f->spin->value(), 12);
+        QCOMPARE(_f->line->text(), QStringLiteral("pump"));
+        QCOMPARE(_f->combo->currentText(), QStringLiteral("one"));
+        QCOMPARE(_f->label->text(), QStringLiteral("v1"));
+        QVERIFY(pending().isEmpty());
+        QVERIFY(!_form->has_changed_parameters());
+        QCOMPARE(_session->device_values(), _device);
+        QCOMPARE(_session->field_value(id_double), QVariant(4.5));
+        QCOMPARE(_session->field_value(id_label), QVariant());
+        QCOMPARE(_session->field_value(0x99), QVariant());
+    }
+
+    void a_read_replaces_only_what_it_read()
+    {
+        QSignalSpy kept(_session.get(), &form_session::on_pending_kept);
+        retype(_f->spin, QStringLiteral("20"));
+        retype(_f->line, QStringLiteral("tank"));
+        QCOMPARE(pending(), (QVector<uint32_t>{id_spin, id_line}));
+        QVERIFY(_session->is_pending(id_spin));
+        QVERIFY(underlined(id_spin));
+
+        // The device's value replaces the edit of what was read; the other edit stays.
+        _session->show_device_value(id_spin, 15);
+        QCOMPARE(_f->spin->value(), 15);
+        QCOMPARE(pending(), QVector<uint32_t>{id_line});
+        QVERIFY(!underlined(id_spin));
+        QCOMPARE(_f->line->text(), QStringLiteral("tank"));
+        QVERIFY(underlined(id_line));
+        QCOMPARE(_session->device_values().value(id_spin), QVariant(15));
+        QCOMPARE(kept.size(), 0);
+    }
+
+    void an_edit_stays_where_the_field_cannot_show_the_devices_value()
+    {
+        QSignalSpy kept(_session.get(), &form_session::on_pending_kept);
+        retype(_f->spin, QStringLiteral("20"));
+        _session->show_device_value(id_spin, 150); // beyond the spin box's range
+        QCOMPARE(_f->spin->value(), 20);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        QVERIFY(underlined(id_spin));
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(kept[0], (QVariantList{uint(id_spin), 20, 150}));
+    }
+
+    void a_write_confirms_only_what_it_wrote()
+    {
+        retype(_f->spin, QStringLiteral("20"));
+        QCOMPARE(_session->pending_changes(), (QVector<QPair<uint32_t, QVariant>>{{id_spin, 20}}));
+        // Edited again while the first value travels.
+        retype(_f->spin, QStringLiteral("25"));
+        _session->confirm_written(id_spin, 20);
+        QCOMPARE(_f->spin->value(), 25);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        QVERIFY(underlined(id_spin));
+        QCOMPARE(_session->device_values().value(id_spin), QVariant(20));
+
+        _session->confirm_written(id_spin, 25);
+        QCOMPARE(_f->spin->value(), 25);
+        QVERIFY(pending().isEmpty());
+        QVERIFY(!underlined(id_spin));
+    }
+
+    void a_write_of_a_discarded_change_shows_what_the_device_holds()
+    {
+        retype(_f->line, QStringLiteral("tank"));
+        retype(_f->spin, QStringLiteral("20"));
+        _session->discard_changes();
+        QCOMPARE(_f->spin->value(), 12);
+        QCOMPARE(_f->line->text(), QStringLiteral("pump"));
+        QVERIFY(pending().isEmpty());
+        QVERIFY(!underlined(id_spin));
+        // The write was on its way when the user discarded: the device holds it now.
+        _session->confirm_written(id_spin, 20);
+        QCOMPARE(_f->spin->value(), 20);
+        QVERIFY(pending().isEmpty());
+    }
+
+    void failures_keep_edits_and_their_hints_last_one_operation()
+    {
+        retype(_f->spin, QStringLiteral("20"));
+        _session->mark_failed(id_spin, QStringLiteral("no answer"));
+        QVERIFY(marked_failed(id_spin));
+        QCOMPARE(_f->spin->value(), 20);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        _session->begin_operation();
+        QVERIFY(!marked_failed(id_spin));
+        QCOMPARE(_f->spin->value(), 20);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        QVERIFY(underlined(id_spin));
+    }
+
+    void a_value_the_field_cannot_show_is_never_shown_as_the_devices()
+    {
+        QSignalSpy kept(_session.get(), &form_session::on_pending_kept);
+        QSignalSpy not_shown(_session.get(), &form_session::on_value_not_shown);
+        // Out of the spin box's range: it shows the nearest value, a change the device lacks.
+        _session->show_device_value(id_spin, 150);
+        QCOMPARE(_f->spin->value(), 100);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(kept[0], (QVariantList{uint(id_spin), 100, 150}));
+        QCOMPARE(not_shown.size(), 0);
+
+        // Once the device holds 100, a later 150 leaves the field as it is: an error hint says so.
+        _session->confirm_written(id_spin, 100);
+        QVERIFY(pending().isEmpty());
+        _session->set_value_formatter(
+            [](uint32_t, const QVariant& v) { return QStringLiteral("<%1>").arg(v.toInt()); });
+        _session->show_device_value(id_spin, 150);
+        QCOMPARE(_f->spin->value(), 100);
+        QVERIFY(pending().isEmpty());
+        QVERIFY(marked_failed(id_spin));
+        QCOMPARE(not_shown.size(), 1);
+        QCOMPARE(
+            not_shown[0],
+            (QVariantList{uint(id_spin), 150,
+                          QStringLiteral("the device holds <150>, which the active profile cannot show")}));
+        // A value it can show settles the field again.
+        _session->show_device_value(id_spin, 7);
+        QCOMPARE(_f->spin->value(), 7);
+        QVERIFY(pending().isEmpty());
+    }
+
+    void reconfiguring_makes_pending_only_what_it_changed_away_from_the_device()
+    {
+        const bool loading_before = _form->get_loading_data();
+        // A combo box refilled with its item kept is no change.
+        _session->reconfigure([this] {
+            _f->combo->clear();
+            _f->combo->addItem(QStringLiteral("zero"), 0u);
+            _f->combo->addItem(QStringLiteral("one"), 1u);
+            _f->combo->setCurrentIndex(1);
+        });
+        QVERIFY(pending().isEmpty());
+        QVERIFY(!underlined(id_combo));
+        // A narrower range clamps the field: a pending change the next write sends.
+        _session->reconfigure([this] { _f->spin->setMaximum(10); });
+        QCOMPARE(_f->spin->value(), 10);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        QVERIFY(underlined(id_spin));
+        QCOMPARE(_form->get_loading_data(), loading_before);
+
+        // Discard cannot bring back what the field cannot show; other fields get theirs back.
+        retype(_f->line, QStringLiteral("tank"));
+        _session->discard_changes();
+        QCOMPARE(_f->line->text(), QStringLiteral("pump"));
+        QCOMPARE(_f->spin->value(), 10);
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+    }
+
+    void loaded_values_become_changes_unless_the_device_holds_them()
+    {
+        retype(_f->spin, QStringLiteral("20"));
+        const QVector<uint32_t> unbound = _session->apply_values(
+            {{id_spin, 12}, {id_line, QStringLiteral("tank")}, {id_combo, 2u}, {0x99, 1}});
+        QCOMPARE(unbound, QVector<uint32_t>{0x99});
+        QCOMPARE(_f->spin->value(), 12);
+        QVERIFY(!_session->is_pending(id_spin));
+        QVERIFY(!underlined(id_spin));
+        QCOMPARE(pending(), (QVector<uint32_t>{id_line, id_combo}));
+        QCOMPARE(_f->combo->currentText(), QStringLiteral("two"));
+    }
+
+    void a_worker_in_its_own_thread_keeps_the_form_in_step()
+    {
+        temporary_settings settings;
+        qz::sim::simulated_module module;
+        module.store(id_spin, 7);
+        module.store(id_line, QStringLiteral("from device"));
+        test_worker worker(nullptr, &module);
+        event_thread thread;
+        worker.moveToThread(&thread);
+        _session->connect_worker(&worker);
+        thread.begin();
+
+        _session->mark_failed(id_line, QStringLiteral("earlier failure"));
+        retype(_f->spin, QStringLiteral("20"));
+        emit worker.get_params({id_line});
+        QTRY_COMPARE_WITH_TIMEOUT(_f->line->text(), QStringLiteral("from device"), 30000);
+        QVERIFY(!marked_failed(id_line)); // the read began a new operation
+        QCOMPARE(_f->spin->value(), 20);  // not read: the edit stays
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+
+        emit worker.set_params(_session->pending_changes());
+        QTRY_VERIFY_WITH_TIMEOUT(pending().isEmpty(), 30000);
+        QCOMPARE(module.stored(id_spin), QVariant(20));
+        QCOMPARE(_session->device_values().value(id_spin), QVariant(20));
+        QVERIFY(!underlined(id_spin));
+        thread.finish();
+    }
+};
+
+QTEST_MAIN(tst_form_session)
+#include "tst_form_session.moc"
