@@ -256,7 +256,7 @@ QByteArray read_file(const QString& path)
 QJsonArray parameter_list(const QString& path, const QByteArray& text)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    const QJsonDocument document = parse_json(text, &error);
     if (error.error != QJsonParseError::NoError)
         fail(path,
              QStringLiteral("%1: not JSON: %2").arg(json_place(text, error.offset), error.errorString()));
@@ -289,7 +289,7 @@ void save_parameters(const QString& path, const QMap<uint32_t, QVariant>& values
     top.insert(key_format, format_name);
     top.insert(key_version, file_version);
     top.insert(key_parameters, parameters);
-    const QByteArray text = QJsonDocument(top).toJson(QJsonDocument::Indented);
+    const QByteArray text = json_text(QJsonDocument(top));
 
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())

@@ -8,6 +8,8 @@
 
 #include <qzgui/modbus/modbus_worker.h>
 
+#include <QRegularExpression>
+#include <QStringList>
 #include <QThread>
 
 #include <chrono>
@@ -36,6 +38,23 @@ inline bool run_sweep(probe_worker& worker, const std::function<void()>& sweep)
     thread.adopt(worker);
     thread.start();
     return thread.finished_within(std::chrono::minutes(2));
+}
+
+/// The report lines of an operation @p op that connected, around @p body.
+inline QStringList framed(const QString& op, const QStringList& body)
+{
+    return QStringList{QStringLiteral("begin ") + op, QStringLiteral("state connecting"),
+                       QStringLiteral("state connected")}
+    + body + QStringList{QStringLiteral("state disconnected"), QStringLiteral("end ") + op};
+}
+
+/// Drops the messages of error lines ("get_error 16 proto 5 ..." → "get_error 16 proto 5").
+inline QStringList kinds_only(QStringList lines)
+{
+    static const QRegularExpression kind(QStringLiteral("^(\\S*error .*?(media|proto) \\d+) .*$"));
+    for (QString& line : lines)
+        line.replace(kind, QStringLiteral("\\1"));
+    return lines;
 }
 
 } // namespace qz::test

@@ -16,6 +16,8 @@
 #include <thread>
 
 using qz::test::device_process;
+using qz::test::framed;
+using qz::test::kinds_only;
 using qz::test::probe_worker;
 using qz::test::recorder;
 using Reads = QVector<uint32_t>;
@@ -55,23 +57,6 @@ QVector<QStringList> operations(const QStringList& log)
             open = false;
     }
     return open ? QVector<QStringList>() : ops;
-}
-
-// An operation that connected, around @p body.
-QStringList framed(const QString& op, const QStringList& body)
-{
-    return QStringList{QStringLiteral("begin ") + op, QStringLiteral("state connecting"),
-                       QStringLiteral("state connected")}
-    + body + QStringList{QStringLiteral("state disconnected"), QStringLiteral("end ") + op};
-}
-
-// Drops the messages of error lines ("get_error 16 media 6 ..." → "get_error 16 media 6").
-QStringList kinds_only(QStringList lines)
-{
-    static const QRegularExpression kind(QStringLiteral("^(\\S*error .*?(media|proto) \\d+) .*$"));
-    for (QString& line : lines)
-        line.replace(kind, QStringLiteral("\\1"));
-    return lines;
 }
 
 } // namespace

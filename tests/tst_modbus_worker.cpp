@@ -17,6 +17,8 @@ using namespace std::chrono_literals;
 using qz::test::device_process;
 using qz::test::probe_worker;
 using qz::test::recorder;
+using qz::test::framed;
+using qz::test::kinds_only;
 using qz::test::run_sweep;
 
 namespace {
@@ -32,23 +34,6 @@ const QByteArray mixed_map = R"({"version": 1, "parameters": [
     {"id": "0x17", "table": "coil", "address": 1, "type": "bool"},
     {"id": "0x18", "table": "holding", "address": 20, "type": "int16", "scale": 0.1}
 ]})";
-
-// The report lines of a sweep that connected, around @p body.
-QStringList framed(const QString& op, const QStringList& body)
-{
-    return QStringList{QStringLiteral("begin ") + op, QStringLiteral("state connecting"),
-                       QStringLiteral("state connected")}
-    + body + QStringList{QStringLiteral("state disconnected"), QStringLiteral("end ") + op};
-}
-
-// Drops the messages of error lines ("get_error 16 proto 5 ..." → "get_error 16 proto 5").
-QStringList kinds_only(QStringList lines)
-{
-    static const QRegularExpression kind(QStringLiteral("^(\\S*error .*?(media|proto) \\d+) .*$"));
-    for (QString& line : lines)
-        line.replace(kind, QStringLiteral("\\1"));
-    return lines;
-}
 
 } // namespace
 

@@ -181,6 +181,9 @@ private slots:
         QTest::newRow("string empty") << QVariant(QString(""));
         QTest::newRow("string every kind") << QVariant(text_with_every_kind_of_character());
         QTest::newRow("string json") << QVariant(QStringLiteral("{\"type\": \"int\"}"));
+        // Qt 5's JSON parser drops U+FEFF wherever it stands unless it is escaped.
+        QTest::newRow("string byte order marks") << QVariant(
+            QChar(0xFEFF) + QStringLiteral("a") + QChar(0xFEFF) + QStringLiteral("\\") + QChar(0xFEFF));
         QTest::newRow("local") << QVariant(
             QDateTime(QDate(2026, 11, 23), QTime(9, 0, 0, 123), Qt::LocalTime));
         QTest::newRow("utc") << QVariant(QDateTime(QDate(2026, 3, 29), QTime(1, 30, 0, 999), Qt::UTC));
@@ -314,12 +317,28 @@ private slots:
         verify_same({{16, -3}, {17, true}, {0xFFFFFFFF, QVariant()}}, load_parameters(file));
     }
 
+    void a_byte_order_mark_in_a_string_is_part_of_the_value()
+    {
+        // Written by another tool: a mark that starts the file, and raw marks inside strings.
+        const QString file = write_file(
+            QStringLiteral("marks.json"),
+            "\xEF\xBB\xBF"
+                + entry_file(
+                    "{\"id\": 1, \"type\": \"string\", \"value\": \"\xEF\xBB\xBFx\\\\\xEF\xBB\xBF\"}"));
+        verify_same({{1, QChar(0xFEFF) + QStringLiteral("x\\") + QChar(0xFEFF)}}, load_parameters(file));
+    }
+
     void load_errors_name_the_file_and_the_place_data()
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QString>("fault");
         QTest::newRow("not json") << QByteArray("{\"format\": \"qzgui parameters\",\n  \"version\" 1}")
                                   << QStringLiteral("line 2, column 14: not JSON: ");
+        QTest::newRow("not json after marks") << QByteArray(
+            "\xEF\xBB\xBF{\"format\": \"\xEF\xBB\xBFqzgui\xEF\xBB\xBF\",\n  \"\xEF\xBB\xBF\" 1}")
+                                              << QStringLiteral("line 2, column 10: not JSON: ");
+        QTest::newRow("a mark escaped") << QByteArray("{\"format\": \"\\\xEF\xBB\xBF\"}")
+                                        << QStringLiteral("line 1, column 15: not JSON: ");
         QTest::newRow("empty") << QByteArray() << QStringLiteral("line 1, column 1: not JSON: ");
         QTest::newRow("a list") << QByteArray("[]") << QStringLiteral("not a parameter file");
         QTest::newRow("other format") << QByteArray(R"({"format": "other", "version": 1, "parameters": []})")

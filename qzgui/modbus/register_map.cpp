@@ -291,7 +291,7 @@ struct loader {
         if (text.size() > max_file_size)
             fail(QStringLiteral("is larger than %1 MiB").arg(max_file_size / (1024 * 1024)));
         QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+        const QJsonDocument document = qz::gui::parse_json(text, &error);
         if (error.error != QJsonParseError::NoError)
             fail(QStringLiteral("%1: not JSON: %2")
                      .arg(qz::gui::json_place(text, error.offset), error.errorString()));
