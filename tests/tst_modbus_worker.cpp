@@ -15,10 +15,10 @@
 
 using namespace std::chrono_literals;
 using qz::test::device_process;
-using qz::test::probe_worker;
-using qz::test::recorder;
 using qz::test::framed;
 using qz::test::kinds_only;
+using qz::test::probe_worker;
+using qz::test::recorder;
 using qz::test::run_sweep;
 
 namespace {
