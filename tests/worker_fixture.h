@@ -140,12 +140,22 @@ public:
     /// @return the lines recorded so far
     QStringList lines() const
     {
+        // A list of its own: a copy sharing the recorder's would let the worker's thread grow that
+        // array in place once this copy is gone, ordered only by Qt's relaxed reference count.
         std::lock_guard<std::mutex> guard(_mutex);
-        return _lines;
+        QStringList copy;
+        copy.reserve(_lines.size());
+        for (const QString& line : _lines)
+            copy.append(line);
+        return copy;
     }
 
     /// @return whether @p line has been recorded
-    bool has(const QString& line) const { return lines().contains(line); }
+    bool has(const QString& line) const
+    {
+        std::lock_guard<std::mutex> guard(_mutex);
+        return _lines.contains(line);
+    }
 
 private:
     void add(const QString& line)

@@ -1,53 +1,67 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/modbus/io_thread_p.h"
 
-#include <QCoreApplication>
-#include <QEvent>
+#include <QEventLoop>
 #include <QObject>
+#include <QSocketNotifier>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <system_error>
 #include <utility>
 
 namespace qz::modbus {
 
-namespace {
-const QEvent::Type run_posted_event = QEvent::Type(QEvent::User + 17);
-} // namespace
-
-// Lives in the thread and runs the posted tasks when Qt's event queue wakes it. The wake-up is a
-// bare event: the tasks themselves are handed over under the mutex.
-class io_thread::runner_t : public QObject {
-public:
-    explicit runner_t(io_thread* owner)
-        : _owner(owner)
-    {}
-
-protected:
-    bool event(QEvent* e) override
-    {
-        if (e->type() != run_posted_event)
-            return QObject::event(e);
-        _owner->_run_posted();
-        return true;
-    }
-
-private:
-    io_thread* _owner;
-};
-
 io_thread::io_thread()
-    : _runner(std::make_unique<runner_t>(this))
 {
-    _thread.setObjectName(QStringLiteral("qzgui modbus io"));
-    _runner->moveToThread(&_thread);
-    _thread.start();
+    // The wake-up is a byte on a pipe, not an event posted through Qt's queue: what the thread
+    // and its callers share is then ordered by the mutex and the pipe, both of which
+    // ThreadSanitizer sees (Qt's queue it does not).
+    if (::pipe2(_wake, O_CLOEXEC | O_NONBLOCK) != 0)
+        throw std::system_error(errno, std::generic_category(), "qzgui modbus io: no pipe");
+    _thread.reset(QThread::create([this] { _run(); }));
+    _thread->setObjectName(QStringLiteral("qzgui modbus io"));
+    _thread->start();
+    std::unique_lock<std::mutex> wait(lock);
+    changed.wait(wait, [this] { return _context != nullptr; });
 }
 
 io_thread::~io_thread()
 {
-    _thread.quit();
-    _thread.wait();
-    // The thread has ended: nothing runs in it any more, so its object may go from here.
-    _runner.reset();
+    post([this] { _loop->quit(); });
+    {
+        std::unique_lock<std::mutex> wait(lock);
+        changed.wait(wait, [this] { return _ended; });
+    }
+    _thread->wait();
+    ::close(_wake[0]);
+    ::close(_wake[1]);
+}
+
+void io_thread::_run()
+{
+    QObject context;
+    QEventLoop loop;
+    QSocketNotifier readable(_wake[0], QSocketNotifier::Read);
+    QObject::connect(&readable, &QSocketNotifier::activated, &context, [this] {
+        char bytes[64];
+        while (::read(_wake[0], bytes, sizeof bytes) > 0) {}
+        _run_posted();
+    });
+    {
+        std::lock_guard<std::mutex> guard(lock);
+        _context = &context;
+        _loop = &loop;
+        changed.notify_all();
+    }
+    loop.exec();
+    // What the tasks left behind (a client's replies) goes while the loop's objects still exist.
+    _run_posted();
+    std::lock_guard<std::mutex> guard(lock);
+    _context = nullptr;
+    _ended = true;
+    changed.notify_all();
 }
 
 void io_thread::post(std::function<void()> task)
@@ -58,8 +72,11 @@ void io_thread::post(std::function<void()> task)
         _tasks.push_back(std::move(task));
         wake = !std::exchange(_wake_posted, true);
     }
-    if (wake)
-        QCoreApplication::postEvent(_runner.get(), new QEvent(run_posted_event));
+    if (wake) {
+        const char byte = 1;
+        // Full only when a wake-up is already waiting to be read: nothing is lost.
+        [[maybe_unused]] const ssize_t written = ::write(_wake[1], &byte, 1);
+    }
 }
 
 void io_thread::call(const std::function<void()>& task)
@@ -77,7 +94,7 @@ void io_thread::call(const std::function<void()>& task)
 
 QObject* io_thread::context() const
 {
-    return _runner.get();
+    return _context;
 }
 
 void io_thread::_run_posted()

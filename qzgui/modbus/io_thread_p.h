@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 
+class QEventLoop;
 class QObject;
 
 namespace qz::modbus {
@@ -21,14 +22,15 @@ namespace qz::modbus {
  * both standard ones: a waiting caller's thread then delivers none of its own events, so a
  * request queued to a worker during an operation cannot run inside that operation.
  *
- * Everything the tasks and their callers share is handed over under the mutex, which
- * ThreadSanitizer sees; Qt's event queue only wakes the thread up.
+ * Tasks are handed over under the mutex, and a byte on a pipe wakes the thread: ThreadSanitizer
+ * sees both, where Qt's event queue it does not. POSIX only, as the pipe is.
  */
 class io_thread {
 public:
-    /// Starts the thread.
+    /// Starts the thread; returns once it waits for tasks.
+    /// @throws std::system_error when no pipe can be made
     io_thread();
-    /// Ends the thread; tasks not yet run are dropped.
+    /// Ends the thread after the tasks posted before.
     ~io_thread();
 
     io_thread(const io_thread&) = delete;
@@ -40,7 +42,7 @@ public:
     /// Runs @p task in the thread and waits until it has returned. @p task must not throw.
     void call(const std::function<void()>& task);
 
-    /// @return the object that lives in the thread, as a context for connections made there
+    /// @return an object that lives in the thread, as the context of connections made there
     QObject* context() const;
 
     /// Guards what the thread's tasks and their callers share.
@@ -49,13 +51,16 @@ public:
     std::condition_variable changed;
 
 private:
-    class runner_t;
+    void _run();
     void _run_posted();
 
     std::deque<std::function<void()>> _tasks; // under lock
-    bool _wake_posted = false;                // under lock: a wake-up is on its way
-    QThread _thread;
-    std::unique_ptr<runner_t> _runner;
+    bool _wake_posted = false;                // under lock: a wake-up byte is on its way
+    QObject* _context = nullptr;              // set under lock once the thread runs
+    QEventLoop* _loop = nullptr;              // the thread's own; ended by a task
+    bool _ended = false;                      // under lock
+    int _wake[2] = {-1, -1};                  // the wake-up pipe: read end, write end
+    std::unique_ptr<QThread> _thread;
 };
 
 } // namespace qz::modbus

@@ -205,8 +205,10 @@ struct modbus_module::private_t {
             if (io->changed.wait_until(wait, deadline) == std::cv_status::timeout && !ex.done && !aborted)
                 throw on_timeout();
         }
+        // Taken out under the lock: the exception object then ends in this thread, whichever
+        // thread lets go of the exchange last.
         if (ex.error)
-            std::rethrow_exception(ex.error);
+            std::rethrow_exception(std::exchange(ex.error, nullptr));
         return std::move(ex.result);
     }
 
