@@ -58,7 +58,7 @@ int run_failing_child(int argc, char** argv, const QByteArray& which)
 
 } // namespace
 
-class tst_widget_profiles : public QObject {
+class tst_widget_profile_controller : public QObject {
     Q_OBJECT
 
     // Runs this test executable as a child that hits one assertion; returns its report.
@@ -346,8 +346,8 @@ int main(int argc, char** argv)
         if (qstrcmp(argv[i], assertion_child) == 0)
             return run_failing_child(argc, argv, argv[i + 1]);
     QApplication app(argc, argv);
-    tst_widget_profiles test;
+    tst_widget_profile_controller test;
     return QTest::qExec(&test, argc, argv);
 }
 
-#include "tst_widget_profiles.moc"
+#include "tst_widget_profile_controller.moc"

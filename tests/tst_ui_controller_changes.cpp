@@ -22,7 +22,7 @@ pairs_t collected(ui_controller& controller)
 
 } // namespace
 
-class tst_change_tracking : public QObject {
+class tst_ui_controller_changes : public QObject {
     Q_OBJECT
 
 private slots:
@@ -264,5 +264,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_change_tracking)
-#include "tst_change_tracking.moc"
+QTEST_MAIN(tst_ui_controller_changes)
+#include "tst_ui_controller_changes.moc"

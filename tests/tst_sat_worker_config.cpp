@@ -25,7 +25,7 @@ const QList<qint64> defaults = {9500, 10000, 400, 800, 1000, 4000, 9000, 10, 4, 
 
 } // namespace
 
-class tst_module_config : public QObject {
+class tst_sat_worker_config : public QObject {
     Q_OBJECT
 
     std::unique_ptr<qz::test::temporary_settings> _settings;
@@ -142,5 +142,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_module_config)
-#include "tst_module_config.moc"
+QTEST_GUILESS_MAIN(tst_sat_worker_config)
+#include "tst_sat_worker_config.moc"

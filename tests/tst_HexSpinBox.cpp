@@ -39,7 +39,7 @@ QString shown(const HexSpinBox& box)
 
 } // namespace
 
-class tst_hexspinbox : public QObject {
+class tst_HexSpinBox : public QObject {
     Q_OBJECT
 
 private slots:
@@ -363,5 +363,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_hexspinbox)
-#include "tst_hexspinbox.moc"
+QTEST_MAIN(tst_HexSpinBox)
+#include "tst_HexSpinBox.moc"
