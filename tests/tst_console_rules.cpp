@@ -5,6 +5,7 @@
 // ends the log properly. tst_console_soak puts the same rules to a long random run.
 #include "console_driver.h"
 #include "console_window.h"
+#include "device_faults.h"
 #include "device_parameters.h"
 #include "temporary_settings.h"
 
@@ -87,7 +88,7 @@ class tst_console_rules : public QObject {
     void start_slow_write_of_gain()
     {
         read();
-        window().set_slow_device(true);
+        window().faults()->set_slow_device(true);
         retype(window().gain_field(), QStringLiteral("20"));
         click(window().write_button());
         QVERIFY(window().is_busy());
@@ -142,11 +143,11 @@ private slots:
         QVERIFY(underlined(window(), dc::id_gain));
 
         if (fault == QLatin1String("unplugged"))
-            window().set_unplugged(true);
+            window().faults()->set_unplugged(true);
         else if (fault == QLatin1String("crc"))
-            window().set_crc_error_on_gain(true);
+            window().faults()->set_crc_error_on_gain(true);
         else
-            window().set_slow_device(true);
+            window().faults()->set_slow_device(true);
         click(window().read_button());
         if (fault == QLatin1String("stop")) {
             QTest::qWait(200);
@@ -160,9 +161,9 @@ private slots:
         check_form_matches_device("after the failed read");
 
         // The edit is still there to write.
-        window().set_unplugged(false);
-        window().set_crc_error_on_gain(false);
-        window().set_slow_device(false);
+        window().faults()->set_unplugged(false);
+        window().faults()->set_crc_error_on_gain(false);
+        window().faults()->set_slow_device(false);
         write();
         QCOMPARE(_module->stored(dc::id_gain), QVariant(20));
         QVERIFY(window().pending_ids().isEmpty());
@@ -180,7 +181,7 @@ private slots:
         QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
         QVERIFY(underlined(window(), dc::id_gain));
 
-        window().set_slow_device(false);
+        window().faults()->set_slow_device(false);
         write();
         QCOMPARE(_module->stored(dc::id_gain), QVariant(25));
         QVERIFY(window().pending_ids().isEmpty());
@@ -256,7 +257,7 @@ private slots:
 
     void closing_mid_operation_ends_the_log()
     {
-        window().set_slow_device(true);
+        window().faults()->set_slow_device(true);
         click(window().read_button());
         QTest::qWait(700);
         const QString log_file = window().log().get_log_file_name();
@@ -423,7 +424,7 @@ private slots:
         read();
         if (busy) {
             // A slow write of another field runs when the user closes.
-            window().set_slow_device(true);
+            window().faults()->set_slow_device(true);
             retype(window().name_field(), QStringLiteral("busy name"));
             click(window().write_button());
             QVERIFY(window().is_busy());
@@ -459,7 +460,7 @@ private slots:
     {
         read();
         retype(window().gain_field(), QStringLiteral("17"));
-        window().set_unplugged(true);
+        window().faults()->set_unplugged(true);
         answer_close_question(QStringLiteral("Write"));
         QVERIFY(!window().close());
         QVERIFY(QTest::qWaitFor(

@@ -125,6 +125,24 @@ private slots:
         QVERIFY(last_read.filter(QStringLiteral("QZTTC read")).size() < 10);
     }
 
+    void help_needs_no_display()
+    {
+        QProcess console;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        // A platform that cannot start here: help must not need one.
+        env.remove(QStringLiteral("DISPLAY"));
+        env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        console.setProcessEnvironment(env);
+        console.start(QStringLiteral(DEVICE_CONSOLE), {QStringLiteral("--help")});
+        QVERIFY(console.waitForFinished(60000));
+        const QString out = QString::fromLocal8Bit(console.readAllStandardOutput());
+        QCOMPARE(console.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(console.exitCode(), 0);
+        QVERIFY2(out.contains(QLatin1String("--device <address>")), qPrintable(out));
+        QVERIFY2(out.contains(QLatin1String("--script")), qPrintable(out));
+    }
+
     void screenshot_shows_a_window()
     {
         const QImage picture(_screenshot);

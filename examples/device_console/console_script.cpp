@@ -2,6 +2,7 @@
 #include "console_script.h"
 
 #include "console_window.h"
+#include "device_faults.h"
 
 #include <qzgui/log_controller.h>
 
@@ -110,8 +111,8 @@ int run_script(console_window& window, const QString& screenshot)
 
     // The simulated device's faults: a CRC error on the gain, and a slow read stopped while it runs.
     // A real device shows the faults it was started with instead.
-    if (window.simulated()) {
-        window.set_crc_error_on_gain(true);
+    if (device_faults* faults = window.faults()) {
+        faults->set_crc_error_on_gain(true);
         window.read_all();
         if (!step("read with CRC fault", wait_for_operation(window)))
             return 1;
@@ -119,15 +120,15 @@ int run_script(console_window& window, const QString& screenshot)
 
     window.select_profile(1);
 
-    if (window.simulated()) {
-        window.set_crc_error_on_gain(false);
-        window.set_slow_device(true);
+    if (device_faults* faults = window.faults()) {
+        faults->set_crc_error_on_gain(false);
+        faults->set_slow_device(true);
         window.read_all();
         settle(1000);
         window.stop();
         if (!step("stopped read", wait_for_operation(window)))
             return 1;
-        window.set_slow_device(false);
+        faults->set_slow_device(false);
     } else {
         window.read_all();
         if (!step("read", wait_for_operation(window)))

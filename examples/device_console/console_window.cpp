@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "console_window.h"
 
+#include "device_faults.h"
 #include "device_parameters.h"
 #include "settings_dialog.h"
 
-#include "simulator/simulated_module.h"
 #include "simulator/simulated_worker.h"
 
 #include "ui_parameter_form.h"
@@ -59,21 +59,24 @@ QVector<QPair<QString, QVariant>> modes(bool extended)
 } // namespace
 
 console_window::console_window(qz::sim::simulated_module& module, QWidget* parent)
-    : console_window(new qz::sim::simulated_worker(nullptr, &module), &module, {}, parent)
+    : console_window(std::make_unique<qz::sim::simulated_worker>(nullptr, &module), nullptr, &module, {},
+                     parent)
 {}
 
-console_window::console_window(qz::gui::sat_worker* worker, std::unique_ptr<qz::api::proto::qz_module> module,
+console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
+                               std::unique_ptr<qz::api::proto::qz_module> module,
                                const QVector<uint32_t>& device_ids, QWidget* parent)
-    : console_window(worker, nullptr, device_ids, parent)
-{
-    _device = std::move(module);
-}
+    : console_window(std::move(worker), std::move(module), nullptr, device_ids, parent)
+{}
 
-console_window::console_window(qz::gui::sat_worker* worker, qz::sim::simulated_module* module,
-                               const QVector<uint32_t>& device_ids, QWidget* parent)
+console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
+                               std::unique_ptr<qz::api::proto::qz_module> device,
+                               qz::sim::simulated_module* module, const QVector<uint32_t>& device_ids,
+                               QWidget* parent)
     : QMainWindow(parent)
-    , _module(module)
-    , _worker(worker)
+    , _device(std::move(device))
+    , _faults(module ? std::make_unique<device_faults>(*module) : nullptr)
+    , _worker(std::move(worker))
     , _ui(std::make_unique<Ui::parameter_form>())
 {
     setWindowTitle(tr("Device console"));
@@ -115,7 +118,7 @@ console_window::console_window(qz::gui::sat_worker* worker, qz::sim::simulated_m
 
     // A real device may not hold every parameter of the form: its fields stay disabled.
     for (const parameter_t& p : parameters()) {
-        if (_module || device_ids.contains(p.id)) {
+        if (_faults || device_ids.contains(p.id)) {
             _device_ids.append(p.id);
         } else if (QWidget* widget = field(p.id)) {
             widget->setEnabled(false);
@@ -134,8 +137,9 @@ console_window::console_window(qz::gui::sat_worker* worker, qz::sim::simulated_m
 
 console_window::~console_window()
 {
+    // The thread ends before the worker goes; the worker goes before its module (members).
     _stop_worker();
-    delete _worker;
+    _worker.reset();
 }
 
 void console_window::closeEvent(QCloseEvent* event)
@@ -287,18 +291,18 @@ void console_window::_build_menus()
     file->addAction(tr("&Quit"), this, &QWidget::close);
 
     // Faults are injected into the simulated device only; a real one shows its own.
-    if (!_module)
+    if (!_faults)
         return;
     QMenu* device = menuBar()->addMenu(tr("&Device"));
-    const auto toggle = [&](const QString& text, void (console_window::*set)(bool)) {
+    const auto toggle = [&](const QString& text, void (device_faults::*set)(bool)) {
         QAction* action = device->addAction(text);
         action->setCheckable(true);
-        connect(action, &QAction::toggled, this, set);
+        connect(action, &QAction::toggled, this, [this, set](bool on) { (_faults.get()->*set)(on); });
     };
-    toggle(tr("Unplugged (no device at the port)"), &console_window::set_unplugged);
-    toggle(tr("Pipe-mode transport"), &console_window::set_pipe_mode);
-    toggle(tr("CRC error on gain"), &console_window::set_crc_error_on_gain);
-    toggle(tr("Slow device"), &console_window::set_slow_device);
+    toggle(tr("Unplugged (no device at the port)"), &device_faults::set_unplugged);
+    toggle(tr("Pipe-mode transport"), &device_faults::set_pipe_mode);
+    toggle(tr("CRC error on gain"), &device_faults::set_crc_error_on_gain);
+    toggle(tr("Slow device"), &device_faults::set_slow_device);
 }
 
 void console_window::_build_profiles()
@@ -330,39 +334,41 @@ void console_window::_build_profiles()
 void console_window::_connect_worker()
 {
     // Report signals come from the worker's thread and arrive here queued.
-    connect(_worker, &sat_worker::on_operation_control, this, &console_window::_on_operation);
-    connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
+    connect(_worker.get(), &sat_worker::on_operation_control, this, &console_window::_on_operation);
+    connect(_worker.get(), &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
         const QString& state = _texts.get_connection_state_string(cs);
         _status->setText(tr("Device: %1").arg(state));
         _log->log(log_item::INFO, QStringLiteral("connection: ") + state);
     });
     // Failure texts carry the device's own message: logged printable, as one line.
-    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
-        _log->log(log_item::ERROR,
-                  QStringLiteral("connection error: ") + printable(_texts.get_error_descriptor_string(err)));
-    });
-    connect(_worker, &sat_worker::on_operation_error, this,
+    connect(_worker.get(), &sat_worker::on_connection_error, this,
+            [this](const qz::gui::error_descriptor& err) {
+                _log->log(log_item::ERROR,
+                          QStringLiteral("connection error: ")
+                              + printable(_texts.get_error_descriptor_string(err)));
+            });
+    connect(_worker.get(), &sat_worker::on_operation_error, this,
             [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
                 _log->log(log_item::ERROR,
                           _texts.get_operation_error_string(op) + QStringLiteral(": ")
                               + printable(_texts.get_error_descriptor_string(err)));
             });
     // Values are logged first, then shown by the session's rules.
-    connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
+    connect(_worker.get(), &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
         _log->log(log_item::QZTTC,
                   QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
     });
-    connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
+    connect(_worker.get(), &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
         _log->log(log_item::QZTTC,
                   QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
     });
     connect(
-        _worker, &sat_worker::on_get_param_request_error, this,
+        _worker.get(), &sat_worker::on_get_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
     connect(
-        _worker, &sat_worker::on_set_param_request_error, this,
+        _worker.get(), &sat_worker::on_set_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
-    _session->connect_worker(_worker);
+    _session->connect_worker(_worker.get());
 }
 
 void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
@@ -422,7 +428,8 @@ void console_window::read_all()
 {
     if (_busy)
         return;
-    _apply_faults();
+    if (_faults)
+        _faults->apply();
     _set_busy(true);
     emit _worker->get_params(_device_ids);
 }
@@ -436,7 +443,8 @@ void console_window::write_changes()
         _log->log(log_item::WARN, QStringLiteral("nothing to write: no field was changed"));
         return;
     }
-    _apply_faults();
+    if (_faults)
+        _faults->apply();
     _set_busy(true);
     emit _worker->set_params(changes);
 }
@@ -539,46 +547,6 @@ void console_window::_ask_load_parameters()
     if (!path.isEmpty() && !load_parameters_from(path))
         QMessageBox::warning(this, tr("Load parameters"),
                              tr("The parameters were not loaded; the log says why."));
-}
-
-void console_window::set_unplugged(bool on)
-{
-    _unplugged = on;
-}
-
-void console_window::set_pipe_mode(bool on)
-{
-    if (_module)
-        _module->set_mode(on ? 2 : 0);
-}
-
-void console_window::set_crc_error_on_gain(bool on)
-{
-    _crc_on_gain = on;
-}
-
-void console_window::set_slow_device(bool on)
-{
-    if (!_module)
-        return;
-    _module->set_connect_latency(on ? 300ms : 0ms);
-    _module->set_read_latency(on ? 400ms : 0ms);
-    _module->set_write_latency(on ? 400ms : 0ms);
-}
-
-void console_window::_apply_faults()
-{
-    using qz::api::proto::media_exception;
-    using qz::api::proto::proto_exception;
-    if (!_module)
-        return;
-    _module->clear_faults();
-    if (_unplugged)
-        _module->fail_next_connect(
-            qz::sim::fault_t::media(media_exception::no_device, "no answer at the configured port"));
-    if (_crc_on_gain)
-        _module->fail_read(id_gain, qz::sim::fault_t::proto(proto_exception::crc_error, "checksum mismatch"),
-                           qz::sim::simulated_module::always);
 }
 
 } // namespace device_console

@@ -39,6 +39,8 @@ class simulated_module;
 
 namespace device_console {
 
+class device_faults;
+
 /**
  * The device console: a parameter form bound to a device worker in its own thread, with the log,
  * profiles, settings and fault injection of the simulated device.
@@ -52,12 +54,13 @@ public:
     explicit console_window(qz::sim::simulated_module& module, QWidget* parent = nullptr);
 
     /**
-     * Runs against any device through @p worker (owned; not yet moved to a thread) and its
-     * @p module (owned; destroyed after the worker). Only the parameters in @p device_ids are
-     * read; the fields of the others are disabled.
+     * Runs against any device through @p worker (not yet moved to a thread) and its @p module
+     * (destroyed after the worker). Only the parameters in @p device_ids are read; the fields of
+     * the others are disabled.
      */
-    console_window(qz::gui::sat_worker* worker, std::unique_ptr<qz::api::proto::qz_module> module,
-                   const QVector<uint32_t>& device_ids, QWidget* parent = nullptr);
+    console_window(std::unique_ptr<qz::gui::sat_worker> worker,
+                   std::unique_ptr<qz::api::proto::qz_module> module, const QVector<uint32_t>& device_ids,
+                   QWidget* parent = nullptr);
 
     /// Stops the worker, ends its thread, then destroys it.
     ~console_window() override;
@@ -83,14 +86,8 @@ public:
     /// @return false when the file could not be loaded; nothing changed then and the log says why
     bool load_parameters_from(const QString& path);
 
-    /// Fault injection of the Device menu; nothing happens with a real device.
-    void set_unplugged(bool on);
-    void set_pipe_mode(bool on);
-    void set_crc_error_on_gain(bool on);
-    void set_slow_device(bool on);
-
-    /// Whether the window drives the simulated device (and so its fault injection).
-    bool simulated() const { return _module != nullptr; }
+    /// The Device menu's faults of the simulated device; null for a real device.
+    device_faults* faults() const { return _faults.get(); }
     /// Whether a request was made and its operation has not ended yet.
     bool is_busy() const { return _busy; }
     /// The ids of the fields that hold a change not yet on the device, in the order of change.
@@ -122,7 +119,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    console_window(qz::gui::sat_worker* worker, qz::sim::simulated_module* module,
+    console_window(std::unique_ptr<qz::gui::sat_worker> worker,
+                   std::unique_ptr<qz::api::proto::qz_module> device, qz::sim::simulated_module* module,
                    const QVector<uint32_t>& device_ids, QWidget* parent);
     QWidget* _build_form();
     QWidget* _build_controls();
@@ -132,7 +130,6 @@ private:
     void _on_operation(qz::gui::sat_worker::operation_type_e op,
                        qz::gui::sat_worker::operation_status_e status);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
-    void _apply_faults();
     void _set_busy(bool busy);
     void _stop_worker();
     void _ask_save_parameters();
@@ -140,10 +137,11 @@ private:
     bool _may_close();
     void _continue_closing();
 
+    // Destroyed in this order, last member first: the worker before the module it drives.
     std::unique_ptr<qz::api::proto::qz_module> _device; // a real device's module, else null
-    qz::sim::simulated_module* _module;                 // null for a real device
+    std::unique_ptr<device_faults> _faults;             // the simulated device's, else null
     QThread _worker_thread;
-    qz::gui::sat_worker* _worker;
+    std::unique_ptr<qz::gui::sat_worker> _worker;
     QVector<uint32_t> _device_ids; // what a read asks for
     qz::gui::resource_manager _texts;
 
@@ -166,8 +164,6 @@ private:
     // Closing waits for the pending changes to be written: first for a running operation to end,
     // then for the write.
     enum class close_after_e { nothing, write, written } _close_after = close_after_e::nothing;
-    bool _unplugged = false;
-    bool _crc_on_gain = false;
 };
 
 } // namespace device_console

@@ -24,6 +24,7 @@
 #include <QStandardPaths>
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -41,36 +42,81 @@ void ensure_log_location()
     settings.setValue(key, logs);
 }
 
+void name_application()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("qzgui"));
+    QCoreApplication::setApplicationName(QStringLiteral("device_console"));
+}
+
+// The command line; made once an application object exists (the map's default lies beside it).
+struct options_t {
+    QCommandLineParser parser;
+    const QCommandLineOption script{QStringLiteral("script"),
+                                    QStringLiteral("Run a scripted session, print the log and exit.")};
+    const QCommandLineOption screenshot{QStringLiteral("screenshot"),
+                                        QStringLiteral("Where --script saves the window's picture."),
+                                        QStringLiteral("file"), QStringLiteral("device_console.png")};
+    const QCommandLineOption device{
+        QStringLiteral("device"),
+        QStringLiteral("Drive a Modbus device (tcp://HOST:PORT or rtu:DEVICE?...) "
+                       "instead of the simulated one."),
+        QStringLiteral("address")};
+    const QCommandLineOption map{
+        QStringLiteral("map"),
+        QStringLiteral("The device's register map (with --device); by default the one beside the program."),
+        QStringLiteral("file"),
+        QCoreApplication::applicationDirPath() + QStringLiteral("/device_console_map.json")};
+
+    options_t()
+    {
+        parser.setApplicationDescription(
+            QStringLiteral("Configure and monitor a device module: the simulated one, or a Modbus device."));
+        parser.addHelpOption();
+        parser.addOptions({script, screenshot, device, map});
+    }
+};
+
+bool asks_for_help(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i)
+        for (const char* help : {"-h", "--help", "-?", "--help-all"})
+            if (std::strcmp(argv[i], help) == 0)
+                return true;
+    return false;
+}
+
+// The console for the Modbus device @p address, or null when the build has no Modbus.
+// @throws std::exception for a bad address or map
+std::unique_ptr<device_console::console_window> modbus_console(const QString& address,
+                                                               const QString& map_path)
+{
+#ifdef DEVICE_CONSOLE_MODBUS
+    const auto map = qz::modbus::register_map::load(map_path);
+    auto module = std::make_unique<qz::modbus::modbus_module>(address);
+    auto worker = std::make_unique<qz::modbus::modbus_worker>(nullptr, module.get(), map);
+    return std::make_unique<device_console::console_window>(std::move(worker), std::move(module), map.ids());
+#else
+    Q_UNUSED(address)
+    Q_UNUSED(map_path)
+    return nullptr;
+#endif
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // Help needs no display: a core application answers it, and ends the program, before the
+    // widget application would open one.
+    if (asks_for_help(argc, argv)) {
+        QCoreApplication core(argc, argv);
+        name_application();
+        options_t().parser.process(core);
+    }
     QApplication app(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("qzgui"));
-    QCoreApplication::setApplicationName(QStringLiteral("device_console"));
-
-    QCommandLineParser options;
-    options.setApplicationDescription(
-        QStringLiteral("Configure and monitor a device module: the simulated one, or a Modbus device."));
-    options.addHelpOption();
-    const QCommandLineOption script(QStringLiteral("script"),
-                                    QStringLiteral("Run a scripted session, print the log and exit."));
-    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                        QStringLiteral("Where --script saves the window's picture."),
-                                        QStringLiteral("file"), QStringLiteral("device_console.png"));
-    const QCommandLineOption device(
-        QStringLiteral("device"),
-        QStringLiteral("Drive a Modbus device (tcp://HOST:PORT or rtu:DEVICE?...) instead of "
-                       "the simulated one."),
-        QStringLiteral("address"));
-    const QCommandLineOption map(
-        QStringLiteral("map"),
-        QStringLiteral("The device's register map (with --device); by default the one "
-                       "beside the program."),
-        QStringLiteral("file"),
-        QCoreApplication::applicationDirPath() + QStringLiteral("/device_console_map.json"));
-    options.addOptions({script, screenshot, device, map});
-    options.process(app);
+    name_application();
+    options_t options;
+    options.parser.process(app);
 
     ensure_log_location();
     // Before the first request from this thread reaches the worker's thread.
@@ -81,29 +127,23 @@ int main(int argc, char** argv)
         module.store(p.id, p.initial);
 
     std::unique_ptr<device_console::console_window> made;
-#ifdef DEVICE_CONSOLE_MODBUS
-    if (options.isSet(device)) {
+    if (options.parser.isSet(options.device)) {
         try {
-            const auto modbus_map = qz::modbus::register_map::load(options.value(map));
-            auto modbus = std::make_unique<qz::modbus::modbus_module>(options.value(device));
-            auto* worker = new qz::modbus::modbus_worker(nullptr, modbus.get(), modbus_map);
-            made =
-                std::make_unique<device_console::console_window>(worker, std::move(modbus), modbus_map.ids());
+            made = modbus_console(options.parser.value(options.device), options.parser.value(options.map));
         } catch (const std::exception& e) {
             std::fprintf(stderr, "device_console: %s\n", e.what());
             return 2;
         }
-    }
-#endif
-    if (options.isSet(device) && !made) {
-        std::fprintf(stderr, "device_console: built without Modbus; --device is not available\n");
-        return 2;
-    }
-    if (!made)
+        if (!made) {
+            std::fprintf(stderr, "device_console: built without Modbus; --device is not available\n");
+            return 2;
+        }
+    } else {
         made = std::make_unique<device_console::console_window>(module);
+    }
     device_console::console_window& window = *made;
-    if (options.isSet(script))
-        return device_console::run_script(window, options.value(screenshot));
+    if (options.parser.isSet(options.script))
+        return device_console::run_script(window, options.parser.value(options.screenshot));
     window.show();
     return app.exec();
 }

@@ -14,6 +14,26 @@
 
 namespace device_console {
 
+namespace {
+
+// What a field of the form means to a user, for the key it edits ("command/timeout_s").
+QString label_for(const QString& key)
+{
+    const QString name = key.mid(key.indexOf(QLatin1Char('/')) + 1);
+    const QString size = name.mid(name.lastIndexOf(QLatin1Char('_')) + 1).toUpper();
+    if (name == QLatin1String("persistent_time"))
+        return settings_dialog::tr("Keep the link open for (ms)");
+    if (name == QLatin1String("timeout_pipe"))
+        return settings_dialog::tr("Wait for a pipe-mode transport (ms)");
+    if (name.startsWith(QLatin1String("timeout_")))
+        return settings_dialog::tr("Time-out of %1 commands (ms)").arg(size);
+    if (name.startsWith(QLatin1String("repeats_")))
+        return settings_dialog::tr("Repeats of %1 commands").arg(size);
+    return name;
+}
+
+} // namespace
+
 settings_dialog::settings_dialog(QWidget* parent)
     : QDialog(parent)
     , _log_location(new QLineEdit)
@@ -26,7 +46,8 @@ settings_dialog::settings_dialog(QWidget* parent)
         auto* field = new QSpinBox;
         field->setRange(0, std::numeric_limits<int>::max());
         field->setValue(settings.value(key, setting.default_value).toInt());
-        layout->addRow(key.mid(key.indexOf(QLatin1Char('/')) + 1), field);
+        layout->addRow(label_for(key), field);
+        field->setToolTip(key);
         _command_fields.insert(key, field);
     }
     _log_location->setText(settings.value(QLatin1String(qz::gui::log_location_key)).toString());
