@@ -13,6 +13,9 @@ namespace qz::test {
  * A QThread that runs an event loop, as a worker's thread in an application does. Its end is
  * signalled through a standard mutex as well, because ThreadSanitizer cannot see QThread::wait()
  * (Qt is not instrumented) and would take what the thread left behind for a race.
+ *
+ * A subclass whose run() uses members of its own calls finish() in its own destructor: by the
+ * time this one runs, they are gone.
  */
 class event_thread : public QThread {
 public:

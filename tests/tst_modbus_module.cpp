@@ -69,6 +69,9 @@ quint16 free_port()
  */
 class server_thread : public qz::test::event_thread {
 public:
+    // Ended here, while the members the thread uses still exist.
+    ~server_thread() override { finish(); }
+
     /// Starts the server; @return its port, or 0 when it could not listen
     quint16 start_server()
     {
