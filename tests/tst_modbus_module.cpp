@@ -14,6 +14,7 @@
 #include <QTcpSocket>
 #include <QtTest>
 
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -43,15 +44,25 @@ protected:
             quint16 address = 0;
             request.decodeData(&address);
             std::lock_guard<std::mutex> guard(_lock);
+            _holding_requests.append(address);
             if (_exceptions.contains(address))
                 return QModbusExceptionResponse(request.functionCode(), _exceptions.value(address));
         }
         return QModbusTcpServer::processRequest(request);
     }
 
+public:
+    /// @return the first holding address of every request so far, in the order they came
+    QVector<int> holding_requests()
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        return QVector<int>(_holding_requests.cbegin(), _holding_requests.cend());
+    }
+
 private:
     std::mutex _lock;
     QMap<int, QModbusPdu::ExceptionCode> _exceptions; // holding address to code
+    QVector<int> _holding_requests;
 };
 
 // A port on 127.0.0.1 that was free a moment ago.
@@ -79,6 +90,13 @@ public:
         std::unique_lock<std::mutex> lock(_lock);
         _changed.wait(lock, [this] { return _ready; });
         return _port;
+    }
+
+    /// @return the first holding address of every request so far, in the order they came
+    QVector<int> holding_requests()
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        return _server->holding_requests();
     }
 
     /// Makes the holding registers in @p exceptions answer with their code.
@@ -311,6 +329,50 @@ private slots:
         auto orphan = module.send_read(holding, 20, 1);
         module.disconnect();
         QCOMPARE(thrown<media_exception>([&] { module.finish_read(orphan); }).get_type(),
+                 media_exception::not_open);
+    }
+
+    void a_read_sent_after_another_goes_out_when_its_reply_is_in()
+    {
+        modbus_module module(tcp());
+        module.set_config(short_config());
+        module.connect();
+        module.write(holding, 30, {31, 32, 33});
+        const int before = _server.holding_requests().size();
+
+        // Out as soon as the first is answered, before anyone asks for it.
+        auto first = module.send_read(holding, 30, 1);
+        auto second = module.send_read_after(first, holding, 31, 2);
+        QCOMPARE(module.finish_read(first), QVector<uint16_t>{31});
+        QTRY_COMPARE_WITH_TIMEOUT(_server.holding_requests().mid(before), (QVector<int>{30, 31}), 10000);
+        QCOMPARE(module.finish_read(second), (QVector<uint16_t>{32, 33}));
+
+        // After an exception reply it waits until it is finished, so that others go first.
+        _server.set_exceptions({{50, QModbusPdu::IllegalDataAddress}});
+        auto failing = module.send_read(holding, 50, 1);
+        auto held = module.send_read_after(failing, holding, 30, 1);
+        QCOMPARE(thrown<proto_exception>([&] { module.finish_read(failing); }).get_type(),
+                 proto_exception::parameter_error);
+        QCOMPARE(module.read(holding, 32, 1), QVector<uint16_t>{33});
+        QCOMPARE(module.finish_read(held), QVector<uint16_t>{31});
+        QCOMPARE(_server.holding_requests().mid(before + 2), (QVector<int>{50, 32, 30}));
+        _server.set_exceptions({});
+
+        // One whose predecessor is abandoned goes out when finished; after a finished one, at once.
+        auto dropped = std::make_unique<modbus_module::pending_read>(module.send_read(holding, 31, 1));
+        auto orphan = module.send_read_after(*dropped, holding, 32, 1);
+        dropped.reset();
+        QCOMPARE(module.finish_read(orphan), QVector<uint16_t>{33});
+        auto done = module.send_read(holding, 30, 1);
+        QCOMPARE(module.finish_read(done), QVector<uint16_t>{31});
+        auto after_done = module.send_read_after(done, holding, 31, 1);
+        QCOMPARE(module.finish_read(after_done), QVector<uint16_t>{32});
+
+        // Closing the connection ends one still held.
+        auto pending = module.send_read(holding, 30, 1);
+        auto behind = module.send_read_after(pending, holding, 31, 1);
+        module.disconnect();
+        QCOMPARE(thrown<media_exception>([&] { module.finish_read(behind); }).get_type(),
                  media_exception::not_open);
     }
 

@@ -126,9 +126,16 @@ struct modbus_module::exchange_t {
     QVector<uint16_t> values; // a write's
     int timeout_ms = 0;
     int repeats = 0;
+    bool follow_up = false; // sent after another: see send_after()
 
     // The client's thread only.
     QPointer<QModbusReply> reply; // the client owns it too: gone with a closed connection
+    // How far the request is: queued to go out at once; held until the reply to the one before it
+    // is in; waiting for finish_read() (the one before got an exception reply or was dropped);
+    // sent; or dropped unsent.
+    enum class stage_e { queued, held, on_finish, sent, dropped } stage = stage_e::queued;
+    bool exception_reply = false;     // answered with a Modbus exception
+    std::shared_ptr<exchange_t> then; // held until this one's reply is in
 
     // Under the io thread's lock.
     bool done = false;
@@ -256,8 +263,12 @@ struct modbus_module::private_t {
     void close_client()
     {
         for (const std::weak_ptr<exchange_t>& weak : on_their_way)
-            if (const std::shared_ptr<exchange_t> ex = weak.lock())
+            if (const std::shared_ptr<exchange_t> ex = weak.lock()) {
                 fail(*ex, nothing_on_its_way(ex->table, ex->start, ex->count));
+                // One held for later never goes out on another connection.
+                ex->stage = exchange_t::stage_e::dropped;
+                ex->then.reset();
+            }
         on_their_way.clear();
         if (!client)
             return;
@@ -274,9 +285,36 @@ struct modbus_module::private_t {
                 .toStdString());
     }
 
+    // The client's thread: keeps @p ex to be ended when the connection closes.
+    void remember(const std::shared_ptr<exchange_t>& ex)
+    {
+        on_their_way.erase(std::remove_if(on_their_way.begin(), on_their_way.end(),
+                                          [](const std::weak_ptr<exchange_t>& w) { return w.expired(); }),
+                           on_their_way.end());
+        on_their_way.push_back(ex);
+    }
+
+    // The client's thread: sends @p ex once the reply to @p previous is in, unless that reply is
+    // a Modbus exception (or @p previous is dropped): then it waits for finish_read().
+    void send_after(const std::shared_ptr<exchange_t>& previous, const std::shared_ptr<exchange_t>& ex)
+    {
+        using stage_e = exchange_t::stage_e;
+        if (previous->reply || previous->stage == stage_e::held || previous->stage == stage_e::on_finish) {
+            ex->stage = stage_e::held;
+            previous->then = ex;
+            remember(ex);
+        } else if (previous->exception_reply || previous->stage == stage_e::dropped) {
+            ex->stage = stage_e::on_finish;
+            remember(ex);
+        } else {
+            send(ex);
+        }
+    }
+
     // The client's thread: sends the request of @p ex.
     void send(const std::shared_ptr<exchange_t>& ex)
     {
+        ex->stage = exchange_t::stage_e::sent;
         if (!client) {
             fail(*ex,
                  media_exception(media_exception::not_open,
@@ -306,10 +344,7 @@ struct modbus_module::private_t {
             return;
         }
         ex->reply = reply;
-        on_their_way.erase(std::remove_if(on_their_way.begin(), on_their_way.end(),
-                                          [](const std::weak_ptr<exchange_t>& w) { return w.expired(); }),
-                           on_their_way.end());
-        on_their_way.push_back(ex);
+        remember(ex);
         if (reply->isFinished())
             take_reply(*ex);
         else
@@ -327,10 +362,22 @@ struct modbus_module::private_t {
         std::exception_ptr error;
         try {
             values = interpret(*reply, ex);
+        } catch (const proto_exception& e) {
+            error = std::current_exception();
+            ex.exception_reply = e.get_type() != proto_exception::invalid_result;
         } catch (...) {
             error = std::current_exception();
         }
         reply->deleteLater();
+        // The request held behind this one goes out now, before its caller has even woken up.
+        // After an exception reply the caller may first want to ask again in smaller pieces.
+        if (const std::shared_ptr<exchange_t> next = std::exchange(ex.then, nullptr);
+            next && next->stage == exchange_t::stage_e::held) {
+            if (ex.exception_reply)
+                next->stage = exchange_t::stage_e::on_finish;
+            else
+                send(next);
+        }
         settle(ex, std::move(values), std::move(error));
     }
 
@@ -399,7 +446,8 @@ struct modbus_module::private_t {
 
     // Hands a new exchange to the client's thread.
     std::shared_ptr<exchange_t> begin_exchange(table_e table, uint16_t start, int count, bool reading,
-                                               QVector<uint16_t> values = {})
+                                               QVector<uint16_t> values = {},
+                                               std::shared_ptr<exchange_t> after = nullptr)
     {
         if (!open)
             throw media_exception(media_exception::not_open,
@@ -412,7 +460,11 @@ struct modbus_module::private_t {
         ex->values = std::move(values);
         ex->timeout_ms = reading ? config.timeout_s : config.timeout_m;
         ex->repeats = reading ? config.repeats_s : config.repeats_m;
-        io->post([this, ex] { send(ex); });
+        ex->follow_up = bool(after);
+        if (after)
+            io->post([this, after, ex] { send_after(after, ex); });
+        else
+            io->post([this, ex] { send(ex); });
         return ex;
     }
 
@@ -420,6 +472,12 @@ struct modbus_module::private_t {
     QVector<uint16_t> finish(const std::shared_ptr<exchange_t>& ex)
     {
         const int longest = std::max(ex->timeout_ms, 10) * (std::max(ex->repeats, 0) + 1) + reply_margin_ms;
+        // A follow-up left to this call goes out now.
+        if (ex->follow_up)
+            io->post([this, ex] {
+                if (ex->stage == exchange_t::stage_e::on_finish)
+                    send(ex);
+            });
         try {
             return await(*ex, longest, [&] {
                 return media_exception(ex->reading ? media_exception::read_failed
@@ -440,7 +498,15 @@ struct modbus_module::private_t {
     static void drop(const std::weak_ptr<io_thread>& io, const std::shared_ptr<exchange_t>& ex)
     {
         if (const std::shared_ptr<io_thread> thread = io.lock())
-            thread->post([ex] { delete ex->reply.data(); });
+            thread->post([ex] {
+                delete ex->reply.data();
+                if (ex->stage != exchange_t::stage_e::sent)
+                    ex->stage = exchange_t::stage_e::dropped;
+                // The one held behind it waits for its own finish_read() now.
+                if (const std::shared_ptr<exchange_t> next = std::exchange(ex->then, nullptr);
+                    next && next->stage == exchange_t::stage_e::held)
+                    next->stage = exchange_t::stage_e::on_finish;
+            });
     }
 
     void drop(const std::shared_ptr<exchange_t>& ex) const { drop(io, ex); }
@@ -557,6 +623,15 @@ modbus_module::pending_read modbus_module::send_read(table_e table, uint16_t sta
 {
     pending_read request(table, start, count);
     request._exchange = d->begin_exchange(table, start, count, true);
+    request._io = d->io;
+    return request;
+}
+
+modbus_module::pending_read modbus_module::send_read_after(const pending_read& previous, table_e table,
+                                                           uint16_t start, int count)
+{
+    pending_read request(table, start, count);
+    request._exchange = d->begin_exchange(table, start, count, true, {}, previous._exchange);
     request._io = d->io;
     return request;
 }

@@ -114,6 +114,17 @@ public:
     pending_read send_read(table_e table, uint16_t start, int count);
 
     /**
+     * Sends the read that read() makes as soon as the reply to @p previous is in, without waiting
+     * for the calling thread: the device gets it while the caller still works on the reply. Only
+     * one of the two is on its way at a time. Where @p previous is answered with a Modbus
+     * exception, or is abandoned, the request goes out only when finish_read() asks for it, so
+     * that the caller can send others first. A @p previous already finished makes this send_read().
+     * @return the request, for finish_read()
+     * @throws media_exception not_open when no connection is open
+     */
+    pending_read send_read_after(const pending_read& previous, table_e table, uint16_t start, int count);
+
+    /**
      * Waits for the reply to @p request, which this module sent, as read() does.
      * @return the values, one word per bit (0 or 1) or register
      * @throws media_exception, proto_exception as described for the class; not_open when the

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
+#include <utility>
 
 namespace qz::modbus {
 
@@ -203,30 +205,35 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
         }
     };
 
-    // The next block is sent as soon as a block's reply is in: the device answers it while this
-    // one is decoded and reported. Still only one request is ever on its way, as some devices
-    // take no more: a block read again id by id sends the next only afterwards. A stop drops the
-    // block sent ahead unanswered.
+    // The next block goes out as soon as a block's reply is in: the module sends it from its own
+    // thread, so the device answers it while this one is decoded and reported. Still only one
+    // request is ever on its way, as some devices take no more. A block answered with an exception
+    // is read again id by id first: the module then holds the next until it is finished. A stop
+    // drops the block sent ahead unanswered.
     const QVector<block_t> blocks = plan_blocks(wanted);
     std::optional<modbus_module::pending_read> ahead;
     std::optional<error_descriptor> ahead_error;
-    const auto send = [&](int b) {
-        ahead.reset();
-        ahead_error.reset();
+    const auto send = [&](int b, const modbus_module::pending_read* after) {
+        std::optional<modbus_module::pending_read> request;
+        std::optional<error_descriptor> error;
         if (b < blocks.size() && running)
-            ahead_error = failure_of([&] {
-                ahead.emplace(_modbus->send_read(blocks[b].table, blocks[b].start, blocks[b].count));
+            error = failure_of([&] {
+                const block_t& next = blocks[b];
+                request.emplace(after ? _modbus->send_read_after(*after, next.table, next.start, next.count)
+                                      : _modbus->send_read(next.table, next.start, next.count));
             });
+        return std::make_pair(std::move(request), std::move(error));
     };
 
     report(false);
-    send(0);
+    std::tie(ahead, ahead_error) = send(0, nullptr);
     for (int b = 0; b < blocks.size() && (ahead || ahead_error); ++b) {
         // A block sent ahead of a stop is dropped. The first was sent just now: a stop since then
         // came while it was in progress, and it fails as stopped.
         if (b > 0 && !running)
             break;
         const block_t& block = blocks[b];
+        auto [next, next_error] = send(b + 1, ahead ? &*ahead : nullptr);
         QVector<uint16_t> words;
         bool exception_reply = false;
         std::optional<error_descriptor> error = ahead_error;
@@ -234,8 +241,6 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             error = failure_of([&] { words = _modbus->finish_read(*ahead); }, &exception_reply);
         // One parameter may be the cause of an exception: each of the others still gets its value.
         const bool one_by_one = error && exception_reply && block.members.size() > 1;
-        if (!one_by_one)
-            send(b + 1);
         for (const planned_t& p : block.members) {
             outcome_t& outcome = outcomes[p.slot];
             if (one_by_one) {
@@ -250,9 +255,9 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             }
             outcome.known = true;
         }
-        if (one_by_one)
-            send(b + 1);
         report(false);
+        ahead = std::move(next);
+        ahead_error = std::move(next_error);
     }
     // Stopped: what was read is still reported, in request order.
     report(true);
