@@ -126,7 +126,8 @@ struct modbus_module::exchange_t {
     QVector<uint16_t> values; // a write's
     int timeout_ms = 0;
     int repeats = 0;
-    bool follow_up = false; // sent after another: see send_after()
+    bool follow_up = false;     // sent after another: see send_after()
+    uint64_t aborts_before = 0; // abort() calls before it was made; a later one holds it back
 
     // The client's thread only.
     QPointer<QModbusReply> reply; // the client owns it too: gone with a closed connection
@@ -158,8 +159,9 @@ struct modbus_module::private_t {
     // Exchanges on their way, ended as "nothing on its way" when the connection closes.
     std::vector<std::weak_ptr<exchange_t>> on_their_way;
 
-    // Under io->lock: abort() came, and no wait has spent it yet.
+    // Under io->lock: abort() came, and no wait has spent it yet; how often it came in all.
     bool aborted = false;
+    uint64_t aborts = 0;
 
     // Last: ended, with nothing more running in it, before the members above go.
     std::shared_ptr<io_thread> io = std::make_shared<io_thread>();
@@ -303,12 +305,19 @@ struct modbus_module::private_t {
             ex->stage = stage_e::held;
             previous->then = ex;
             remember(ex);
-        } else if (previous->exception_reply || previous->stage == stage_e::dropped) {
+        } else if (previous->exception_reply || previous->stage == stage_e::dropped || stopped_since(*ex)) {
             ex->stage = stage_e::on_finish;
             remember(ex);
         } else {
             send(ex);
         }
+    }
+
+    // Whether abort() came after @p ex was made: a stop sends nothing more on its own.
+    bool stopped_since(const exchange_t& ex)
+    {
+        std::lock_guard<std::mutex> guard(io->lock);
+        return aborts != ex.aborts_before;
     }
 
     // The client's thread: sends the request of @p ex.
@@ -373,7 +382,7 @@ struct modbus_module::private_t {
         // After an exception reply the caller may first want to ask again in smaller pieces.
         if (const std::shared_ptr<exchange_t> next = std::exchange(ex.then, nullptr);
             next && next->stage == exchange_t::stage_e::held) {
-            if (ex.exception_reply)
+            if (ex.exception_reply || stopped_since(*next))
                 next->stage = exchange_t::stage_e::on_finish;
             else
                 send(next);
@@ -461,6 +470,10 @@ struct modbus_module::private_t {
         ex->timeout_ms = reading ? config.timeout_s : config.timeout_m;
         ex->repeats = reading ? config.repeats_s : config.repeats_m;
         ex->follow_up = bool(after);
+        {
+            std::lock_guard<std::mutex> guard(io->lock);
+            ex->aborts_before = aborts;
+        }
         if (after)
             io->post([this, after, ex] { send_after(after, ex); });
         else
@@ -541,8 +554,8 @@ void modbus_module::connect()
         d->io->call([&] { connected = d->client && d->client->state() == QModbusDevice::ConnectedState; });
         if (connected)
             return;
+        disconnect();
     }
-    disconnect();
     const auto attempt = std::make_shared<exchange_t>();
     d->io->post([this, attempt] { d->open_client(attempt); });
     try {
@@ -558,14 +571,16 @@ void modbus_module::connect()
 
 void modbus_module::disconnect()
 {
+    // Not waited for: the client's thread closes it before anything asked of it later.
     d->open = false;
-    d->io->call([&] { d->close_client(); });
+    d->io->post([this] { d->close_client(); });
 }
 
 void modbus_module::abort()
 {
     std::lock_guard<std::mutex> guard(d->io->lock);
     d->aborted = true;
+    ++d->aborts;
     d->io->changed.notify_all();
 }
 

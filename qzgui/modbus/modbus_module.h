@@ -57,7 +57,8 @@ public:
     /// Opens the connection; waits up to timeout_l. A stop that came before is spent here.
     /// @throws media_exception no_device
     void connect() override;
-    /// Closes the connection; nothing happens when none is open.
+    /// Closes the connection, in the module's thread before anything asked of it later; nothing
+    /// happens when none is open.
     void disconnect() override;
     /// Ends the call in progress with media_exception::stopped; callable from any thread. Without
     /// one, the next call of the same operation ends so.
@@ -117,8 +118,9 @@ public:
      * Sends the read that read() makes as soon as the reply to @p previous is in, without waiting
      * for the calling thread: the device gets it while the caller still works on the reply. Only
      * one of the two is on its way at a time. Where @p previous is answered with a Modbus
-     * exception, or is abandoned, the request goes out only when finish_read() asks for it, so
-     * that the caller can send others first. A @p previous already finished makes this send_read().
+     * exception, or is abandoned, or abort() came meanwhile, the request goes out only when
+     * finish_read() asks for it, so that the caller can send others first. A @p previous already
+     * finished makes this send_read().
      * @return the request, for finish_read()
      * @throws media_exception not_open when no connection is open
      */

@@ -225,20 +225,23 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
         return std::make_pair(std::move(request), std::move(error));
     };
 
+    // Two blocks are planned ahead: the one on its way, and the next, held behind it. So the
+    // next is in place before the reply it waits for comes in, whatever this thread is doing.
     report(false);
     std::tie(ahead, ahead_error) = send(0, nullptr);
+    auto [held, held_error] = send(1, ahead ? &*ahead : nullptr);
     for (int b = 0; b < blocks.size() && (ahead || ahead_error); ++b) {
         // A block sent ahead of a stop is dropped. The first was sent just now: a stop since then
         // came while it was in progress, and it fails as stopped.
         if (b > 0 && !running)
             break;
         const block_t& block = blocks[b];
-        auto [next, next_error] = send(b + 1, ahead ? &*ahead : nullptr);
         QVector<uint16_t> words;
         bool exception_reply = false;
         std::optional<error_descriptor> error = ahead_error;
         if (!error)
             error = failure_of([&] { words = _modbus->finish_read(*ahead); }, &exception_reply);
+        auto [later, later_error] = send(b + 2, held ? &*held : nullptr);
         // One parameter may be the cause of an exception: each of the others still gets its value.
         const bool one_by_one = error && exception_reply && block.members.size() > 1;
         for (const planned_t& p : block.members) {
@@ -256,8 +259,8 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             outcome.known = true;
         }
         report(false);
-        ahead = std::move(next);
-        ahead_error = std::move(next_error);
+        ahead = std::exchange(held, std::move(later));
+        ahead_error = std::exchange(held_error, std::move(later_error));
     }
     // Stopped: what was read is still reported, in request order.
     report(true);
