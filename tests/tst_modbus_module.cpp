@@ -368,6 +368,24 @@ private slots:
         auto after_done = module.send_read_after(done, holding, 31, 1);
         QCOMPARE(module.finish_read(after_done), QVector<uint16_t>{32});
 
+        // A stop holds back what is planned behind a read on its way, until it is finished.
+        auto on_its_way = module.send_read(holding, 30, 1);
+        auto planned = module.send_read_after(on_its_way, holding, 31, 1);
+        QCOMPARE(module.finish_read(on_its_way), QVector<uint16_t>{31});
+        auto behind_planned = module.send_read_after(planned, holding, 32, 1);
+        module.abort();
+        module.connect(); // spends the stop, sending nothing
+        QTRY_VERIFY_WITH_TIMEOUT(_server.holding_requests().endsWith(31), 10000);
+        const int seen = _server.holding_requests().size();
+        // Its reply comes after the planned one's on the same connection: by then the module's
+        // thread has decided about the read behind that.
+        QCOMPARE(module.read(holding, 33, 1), QVector<uint16_t>{0});
+        QTest::qWait(500);
+        QCOMPARE(_server.holding_requests().mid(seen), QVector<int>{33});
+        QCOMPARE(module.finish_read(planned), QVector<uint16_t>{32});
+        QCOMPARE(module.finish_read(behind_planned), QVector<uint16_t>{33});
+        QCOMPARE(_server.holding_requests().mid(seen), (QVector<int>{33, 32}));
+
         // Closing the connection ends one still held.
         auto pending = module.send_read(holding, 30, 1);
         auto behind = module.send_read_after(pending, holding, 31, 1);
