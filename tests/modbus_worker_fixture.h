@@ -4,6 +4,7 @@
 #ifndef QZGUI_TESTS_MODBUS_WORKER_FIXTURE_H
 #define QZGUI_TESTS_MODBUS_WORKER_FIXTURE_H
 
+#include "temporary_settings.h"
 #include "test_thread.h"
 
 #include <qzgui/modbus/modbus_worker.h>
@@ -38,6 +39,16 @@ inline bool run_sweep(probe_worker& worker, const std::function<void()>& sweep)
     thread.adopt(worker);
     thread.start();
     return thread.finished_within(std::chrono::minutes(2));
+}
+
+/// Clears @p settings, then gives reads and writes @p timeout_ms to answer, without repeats.
+inline void set_reply_timeouts(temporary_settings& settings, int timeout_ms)
+{
+    settings.clear();
+    settings.set(QStringLiteral("command/timeout_s"), timeout_ms);
+    settings.set(QStringLiteral("command/timeout_m"), timeout_ms);
+    settings.set(QStringLiteral("command/repeats_s"), 0);
+    settings.set(QStringLiteral("command/repeats_m"), 0);
 }
 
 /// The report lines of an operation @p op that connected, around @p body.

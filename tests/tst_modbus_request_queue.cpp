@@ -96,14 +96,7 @@ private slots:
         QVERIFY(qz::test::write_text(_map_path, qz::test::holding_map(8)));
     }
 
-    void init()
-    {
-        _environment.settings.clear();
-        _environment.settings.set(QStringLiteral("command/timeout_s"), 5000);
-        _environment.settings.set(QStringLiteral("command/timeout_m"), 5000);
-        _environment.settings.set(QStringLiteral("command/repeats_s"), 0);
-        _environment.settings.set(QStringLiteral("command/repeats_m"), 0);
-    }
+    void init() { qz::test::set_reply_timeouts(_environment.settings, 5000); }
 
     void requests_made_back_to_back_run_one_after_the_other()
     {

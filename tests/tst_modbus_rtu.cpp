@@ -57,14 +57,7 @@ private slots:
         QCOMPARE(_device.address(), QStringLiteral("rtu:%1?baud=19200&unit=3").arg(_line.first()));
     }
 
-    void init()
-    {
-        _environment.settings.clear();
-        _environment.settings.set(QStringLiteral("command/timeout_s"), 1000);
-        _environment.settings.set(QStringLiteral("command/timeout_m"), 1000);
-        _environment.settings.set(QStringLiteral("command/repeats_s"), 0);
-        _environment.settings.set(QStringLiteral("command/repeats_m"), 0);
-    }
+    void init() { qz::test::set_reply_timeouts(_environment.settings, 1000); }
 
     void reads_and_writes_over_the_line()
     {

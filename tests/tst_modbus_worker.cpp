@@ -53,12 +53,8 @@ class tst_modbus_worker : public QObject {
 private slots:
     void init()
     {
-        _environment.settings.clear();
         // Short enough for a test, long enough for a loaded machine's loopback.
-        _environment.settings.set(QStringLiteral("command/timeout_s"), 2000);
-        _environment.settings.set(QStringLiteral("command/timeout_m"), 2000);
-        _environment.settings.set(QStringLiteral("command/repeats_s"), 0);
-        _environment.settings.set(QStringLiteral("command/repeats_m"), 0);
+        qz::test::set_reply_timeouts(_environment.settings, 2000);
     }
 
     void reads_in_blocks_and_reports_in_request_order()
