@@ -40,6 +40,23 @@ inline QByteArray holding_map(int count)
 }
 
 /**
+ * Starts @p program with @p arguments as a child that ends with this process: Debian's setpriv
+ * gives it a signal when the test goes, so a test that dies leaves no child holding CTest's output
+ * open until the time-out. The child keeps its own process id.
+ */
+inline void start_tied(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
+    if (setpriv.isEmpty())
+        process.start(program, arguments);
+    else
+        process.start(
+            setpriv,
+            QStringList{QStringLiteral("--pdeathsig"), QStringLiteral("TERM"), QStringLiteral("--"), program}
+                + arguments);
+}
+
+/**
  * qz-modbus-device, started with a map and options, ended by SIGTERM when the object dies. The
  * device's log lines are collected as they come.
  */
@@ -49,11 +66,9 @@ public:
     bool start(const QString& map, const QString& listen = QStringLiteral("tcp://127.0.0.1:0"),
                const QStringList& options = {})
     {
-        _process.setProgram(QStringLiteral(QZGUI_MODBUS_DEVICE));
-        _process.setArguments(QStringList{QStringLiteral("--listen"), listen, QStringLiteral("--map"), map}
-                              + options);
         _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        _process.start();
+        start_tied(_process, QStringLiteral(QZGUI_MODBUS_DEVICE),
+                   QStringList{QStringLiteral("--listen"), listen, QStringLiteral("--map"), map} + options);
         if (!_process.waitForStarted(10000))
             return false;
         const QDeadlineTimer deadline(30000);
@@ -133,9 +148,9 @@ public:
         const QString socat = QStandardPaths::findExecutable(QStringLiteral("socat"));
         if (socat.isEmpty())
             return QStringLiteral("socat is not installed (scripts/setup-debian.sh installs it)");
-        _process.start(socat,
-                       {QStringLiteral("pty,raw,echo=0,link=") + first(),
-                        QStringLiteral("pty,raw,echo=0,link=") + second()});
+        start_tied(_process, socat,
+                   {QStringLiteral("pty,raw,echo=0,link=") + first(),
+                    QStringLiteral("pty,raw,echo=0,link=") + second()});
         if (!_process.waitForStarted(10000))
             return QStringLiteral("socat did not start: ") + _process.errorString();
         const QDeadlineTimer deadline(20000);
