@@ -571,9 +571,11 @@ void modbus_module::connect()
 
 void modbus_module::disconnect()
 {
-    // Not waited for: the client's thread closes it before anything asked of it later.
+    // Not waited for: the client's thread closes it before anything asked of it later. From the
+    // destructor too, the private part outlives the task: its thread, its last member, ends first.
     d->open = false;
-    d->io->post([this] { d->close_client(); });
+    private_t* const p = d.get();
+    d->io->post([p] { p->close_client(); });
 }
 
 void modbus_module::abort()
