@@ -206,10 +206,11 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
     };
 
     // The next block goes out as soon as a block's reply is in: the module sends it from its own
-    // thread, so the device answers it while this one is decoded and reported. Still only one
-    // request is ever on its way, as some devices take no more. A block answered with an exception
-    // is read again id by id first: the module then holds the next until it is finished. A stop
-    // drops the block sent ahead unanswered.
+    // thread, so the device answers it while this one is decoded and reported. Two blocks are
+    // planned ahead (the one on its way, and the next, held behind it), so the next is in place
+    // before the reply it waits for comes in. Still only one request is ever on its way, as some
+    // devices take no more. A block answered with an exception is read again id by id first: the
+    // module then holds the next until it is finished. A stop drops the block sent ahead.
     const QVector<block_t> blocks = plan_blocks(wanted);
     std::optional<modbus_module::pending_read> ahead;
     std::optional<error_descriptor> ahead_error;
@@ -225,8 +226,6 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
         return std::make_pair(std::move(request), std::move(error));
     };
 
-    // Two blocks are planned ahead: the one on its way, and the next, held behind it. So the
-    // next is in place before the reply it waits for comes in, whatever this thread is doing.
     report(false);
     std::tie(ahead, ahead_error) = send(0, nullptr);
     auto [held, held_error] = send(1, ahead ? &*ahead : nullptr);
