@@ -2,6 +2,7 @@
 // The Modbus module against real sockets on 127.0.0.1: a Qt Modbus server in a thread of its own,
 // a port nobody listens on, and a server that accepts and never answers.
 #include "event_thread.h"
+#include "modbus_module_fixture.h"
 
 #include "qzgui/modbus/modbus_module.h"
 
@@ -22,6 +23,8 @@
 using namespace qz::modbus;
 using qz::api::proto::media_exception;
 using qz::api::proto::proto_exception;
+using qz::test::short_config;
+using qz::test::thrown;
 
 namespace {
 
@@ -149,23 +152,6 @@ private:
     bool _ready = false;
 };
 
-qz::api::proto::command_config short_config()
-{
-    // Time-outs short enough for a test, long enough for a loaded machine's loopback.
-    return {9500, 1000, 200, 300, 300, 2000, 2000, 0, 0, 0, 0, 0};
-}
-
-template <typename E>
-E thrown(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const E& e) {
-        return e;
-    }
-    throw std::logic_error("nothing thrown");
-}
-
 } // namespace
 
 class tst_modbus_module : public QObject {
@@ -198,7 +184,7 @@ private slots:
                                   << "";
         QTest::newRow("rtu") << "rtu:/dev/ttyUSB0"
                              << "";
-        QTest::newRow("rtu all") << "rtu:/dev/pts/3?baud=9600&parity=even&data=7&stop=2&unit=247"
+        QTest::newRow("rtu all") << "rtu:/dev/pts/3?baud=9600&parity=even&data=8&stop=2&unit=247"
                                  << "";
         QTest::newRow("no scheme") << "127.0.0.1:502"
                                    << "it starts with neither tcp:// nor rtu:";
@@ -223,7 +209,9 @@ private slots:
         QTest::newRow("parity") << "rtu:/dev/ttyS0?parity=mark"
                                 << "parity is none, even or odd";
         QTest::newRow("data bits") << "rtu:/dev/ttyS0?data=9"
-                                   << "data is not a whole number from 5 to 8";
+                                   << "data is 8: Modbus RTU sends 8 data bits";
+        QTest::newRow("seven data bits") << "rtu:/dev/ttyS0?data=7"
+                                         << "data is 8: Modbus RTU sends 8 data bits";
         QTest::newRow("stop bits") << "rtu:/dev/ttyS0?stop=3"
                                    << "stop is not a whole number from 1 to 2";
         QTest::newRow("negative baud") << "rtu:/dev/ttyS0?baud=-9600"

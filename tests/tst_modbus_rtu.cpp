@@ -2,23 +2,39 @@
 // Modbus RTU on a real serial line: the device simulator on one end of a pseudo-terminal pair made
 // by socat, the worker on the other. (qzparam's turn on such a line is in tst_qzparam.)
 #include "modbus_fixture.h"
+#include "modbus_module_fixture.h"
 #include "modbus_worker_fixture.h"
 #include "worker_fixture.h"
 
 #include <qzgui/modbus/modbus_module.h>
 #include <qzgui/modbus/modbus_worker.h>
 
+#include <module_api/media_exception.h>
+
 #include <QtTest>
 
 #include <chrono>
+#include <ctime>
+#include <memory>
+#include <thread>
 
 using namespace std::chrono_literals;
+using qz::api::proto::media_exception;
 using qz::test::device_process;
 using qz::test::probe_worker;
 using qz::test::recorder;
 using qz::test::run_sweep;
+using qz::test::thrown;
 
 namespace {
+
+// CPU time this process has used so far, all its threads together.
+std::chrono::milliseconds cpu_time()
+{
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return std::chrono::milliseconds(qint64(t.tv_sec) * 1000 + t.tv_nsec / 1000000);
+}
 
 const QByteArray map_text = R"({"version": 1, "parameters": [
     {"id": "0x10", "table": "holding", "address": 0, "type": "uint16", "initial": 12},
@@ -109,6 +125,54 @@ private slots:
         QVERIFY2(lines[3].startsWith(QLatin1String("get_error 16 media 4 ")), qPrintable(lines[3]));
         QCOMPARE(_device.requests().mid(before),
                  QStringList{"unit 4: not this device's unit (3): no answer"});
+    }
+
+    void a_late_reply_is_dropped_not_taken_for_the_next_request()
+    {
+        // Register N holds N. The reply for register 1 comes 500 ms after its time-out, while the
+        // request for register 2, itself answered late, would still wait for its own.
+        qz::test::pty_pair line;
+        const QString fault = line.start();
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        const QString map = _dir.filePath(QStringLiteral("late.json"));
+        QVERIFY(qz::test::write_text(map, qz::test::holding_map(4)));
+        device_process device;
+        QVERIFY(device.start(map, QStringLiteral("rtu:%1").arg(line.first()),
+                             {"--delay", "holding:1=1500", "--delay", "holding:2=800"}));
+        qz::modbus::modbus_module module(QStringLiteral("rtu:%1").arg(line.second()));
+        module.set_config(qz::test::short_config(1000));
+        module.connect();
+        QCOMPARE(thrown<media_exception>([&] { module.read(qz::modbus::holding, 1, 1); }).get_type(),
+                 media_exception::read_failed);
+        QCOMPARE(module.read(qz::modbus::holding, 2, 1), QVector<uint16_t>{2});
+        QCOMPARE(module.read(qz::modbus::holding, 3, 1), QVector<uint16_t>{3});
+    }
+
+    void a_vanished_port_is_no_device_without_a_busy_loop()
+    {
+        auto line = std::make_unique<qz::test::pty_pair>();
+        const QString fault = line->start();
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        auto device = std::make_unique<device_process>();
+        QVERIFY(device->start(_map, QStringLiteral("rtu:%1?unit=3").arg(line->first())));
+        qz::modbus::modbus_module module(QStringLiteral("rtu:%1?unit=3").arg(line->second()));
+        module.set_config(qz::test::short_config(1000));
+        module.connect();
+        QCOMPARE(module.read(qz::modbus::holding, 0, 1), QVector<uint16_t>{12});
+        // The adapter is pulled out: both ends of the line go.
+        line.reset();
+        device.reset();
+        const auto lost = thrown<media_exception>([&] { module.read(qz::modbus::holding, 0, 1); });
+        QCOMPARE(lost.get_type(), media_exception::no_device);
+        QVERIFY2(QString::fromUtf8(lost.what()).contains(QLatin1String(": connection lost (")), lost.what());
+        QCOMPARE(thrown<media_exception>([&] { module.write(qz::modbus::holding, 0, {1}); }).get_type(),
+                 media_exception::no_device);
+        // The module's thread waits without spinning on the port's errors.
+        const auto before = cpu_time();
+        std::this_thread::sleep_for(1s);
+        const auto used = cpu_time() - before;
+        qInfo("CPU time in the second after the port went: %lld ms", qint64(used.count()));
+        QVERIFY2(used < 500ms, qPrintable(QString::number(used.count())));
     }
 
     void stop_ends_a_read_on_a_silent_line()

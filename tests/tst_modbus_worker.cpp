@@ -137,6 +137,25 @@ private slots:
         QCOMPARE(device.requests(), QStringList{"unit 1: read holding 0 to 19: no answer"});
     }
 
+    void a_gateway_failure_costs_one_request_per_block()
+    {
+        // Exception 0x0B says that the gateway's target did not answer: no parameter's fault, so
+        // the block is not read again id by id, which would cost a gateway time-out each.
+        device_process device;
+        const QString map_path = _map_file(qz::test::holding_map(5));
+        QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), {"--exception", "holding:2=11"}));
+        qz::modbus::modbus_module module(device.address());
+        const auto map = qz::modbus::register_map::load(map_path);
+        probe_worker worker(nullptr, &module, map);
+        recorder log(worker);
+        QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
+        QStringList body;
+        for (int i = 0; i < 5; ++i)
+            body.append(QStringLiteral("get_error %1 proto 1").arg(0x1000 + i));
+        QCOMPARE(kinds_only(log.take()), framed("read", body));
+        QCOMPARE(device.requests().size(), 1);
+    }
+
     void each_failure_maps_onto_its_kind()
     {
         _environment.settings.set(QStringLiteral("command/timeout_s"), 300);
@@ -214,7 +233,9 @@ private slots:
     {
         device_process device;
         const QString map_path = _map_file(qz::test::holding_map(300));
-        QVERIFY(device.start(map_path));
+        // The second block's reply comes late, so that the stop surely comes before it: the third
+        // block would go out once it is in.
+        QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), {"--delay", "holding:125=300"}));
         qz::modbus::modbus_module module(device.address());
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
@@ -233,7 +254,8 @@ private slots:
         QVERIFY2(device.wait_for_request(QStringLiteral("read holding 125 to 249")),
                  qPrintable(device.requests().join("; ")));
         QCOMPARE(device.requests(),
-                 QStringList({"unit 1: read holding 0 to 124: ok", "unit 1: read holding 125 to 249: ok"}));
+                 QStringList({"unit 1: read holding 0 to 124: ok",
+                              "unit 1: read holding 125 to 249: ok after 300 ms"}));
     }
 
     void writes_send_only_what_fits()

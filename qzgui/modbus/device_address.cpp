@@ -106,8 +106,10 @@ address_t parse_address(const QString& address, int lowest_port)
             bad_address(address, QStringLiteral("a TCP address takes only unit, not %1").arg(key));
         else if (key == QLatin1String("baud"))
             a.baud = setting(address, key, value, 50, 4000000);
+        else if (key == QLatin1String("data") && value != QLatin1String("8"))
+            bad_address(address, QStringLiteral("data is 8: Modbus RTU sends 8 data bits"));
         else if (key == QLatin1String("data"))
-            a.data = setting(address, key, value, 5, 8);
+            a.data = 8;
         else if (key == QLatin1String("stop"))
             a.stop = setting(address, key, value, 1, 2);
         else if (key == QLatin1String("parity") && value == QLatin1String("none"))

@@ -3,17 +3,14 @@
 
 #include "qzgui/modbus/device_address.h"
 #include "qzgui/modbus/io_thread_p.h"
-#include "qzgui/modbus/qt_modbus_names.h"
+#include "qzgui/modbus/modbus_frame_p.h"
+#include "qzgui/modbus/modbus_link_p.h"
 
 #include "qzgui/settings_keys.h"
 
 #include <module_api/media_exception.h>
 #include <module_api/proto_exception.h>
 
-#include <QAbstractSocket>
-#include <QDataStream>
-#include <QModbusReply>
-#include <QModbusTcpClient>
 #include <QPointer>
 
 #include <algorithm>
@@ -30,20 +27,6 @@ using qz::api::proto::media_exception;
 using qz::api::proto::proto_exception;
 
 namespace {
-
-QModbusDataUnit::RegisterType register_type(table_e table)
-{
-    switch (table) {
-    case coil:
-        return QModbusDataUnit::Coils;
-    case discrete:
-        return QModbusDataUnit::DiscreteInputs;
-    case input:
-        return QModbusDataUnit::InputRegisters;
-    default:
-        return QModbusDataUnit::HoldingRegisters;
-    }
-}
 
 const char* table_name(table_e table)
 {
@@ -68,57 +51,55 @@ qz::api::proto::command_config default_config()
             cs::repeats_xl.default_value};
 }
 
-// A reply as it came over the wire, function code byte first. Read through Qt's own serialisation:
-// Qt 5 keeps an exception reply's code in an enumeration that cannot hold it, a load that
-// UndefinedBehaviorSanitizer reports in Qt's inline accessors.
-QByteArray raw_bytes(const QModbusPdu& pdu)
+// The Modbus exception codes, by name.
+enum exception_e : int {
+    illegal_function = 0x01,
+    illegal_data_address = 0x02,
+    illegal_data_value = 0x03,
+    server_device_busy = 0x06
+};
+
+QString exception_name(int code)
 {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << pdu;
-    return bytes;
+    static const char* const names[] = {nullptr,
+                                        "illegal function",
+                                        "illegal data address",
+                                        "illegal data value",
+                                        "server device failure",
+                                        "acknowledge",
+                                        "server device busy",
+                                        "negative acknowledge",
+                                        "memory parity error",
+                                        nullptr,
+                                        "gateway path unavailable",
+                                        "gateway target failed to respond"};
+    const char* const name = code >= 0 && code < int(std::size(names)) ? names[code] : nullptr;
+    return QLatin1String(name ? name : "unknown exception");
 }
 
-[[noreturn]] void malformed(const QString& place, const QString& qt_text)
-{
-    throw proto_exception(proto_exception::invalid_result,
-                          QStringLiteral("%1: malformed reply (%2)").arg(place, qt_text).toStdString());
-}
-
-QString exception_name(QModbusPdu::ExceptionCode code)
+proto_exception::exception_type_e exception_kind(int code)
 {
     switch (code) {
-    case QModbusPdu::IllegalFunction:
-        return QStringLiteral("illegal function");
-    case QModbusPdu::IllegalDataAddress:
-        return QStringLiteral("illegal data address");
-    case QModbusPdu::IllegalDataValue:
-        return QStringLiteral("illegal data value");
-    case QModbusPdu::ServerDeviceFailure:
-        return QStringLiteral("server device failure");
-    case QModbusPdu::Acknowledge:
-        return QStringLiteral("acknowledge");
-    case QModbusPdu::ServerDeviceBusy:
-        return QStringLiteral("server device busy");
-    case QModbusPdu::MemoryParityError:
-        return QStringLiteral("memory parity error");
-    case QModbusPdu::GatewayPathUnavailable:
-        return QStringLiteral("gateway path unavailable");
-    case QModbusPdu::GatewayTargetDeviceFailedToRespond:
-        return QStringLiteral("gateway target failed to respond");
+    case illegal_function:
+        return proto_exception::response_error;
+    case illegal_data_address:
+    case illegal_data_value:
+        return proto_exception::parameter_error;
+    case server_device_busy:
+        return proto_exception::busy;
     default:
-        return QStringLiteral("unknown exception");
+        return proto_exception::general_error;
     }
 }
 
-// How much longer than the client's own time-outs a wait for a reply may last: the client's
-// timer ends it normally, this only where the client itself would wait for ever.
+// How much longer than the link's own time-outs a wait for a reply may last: the link's timers
+// end it normally, this only should they ever fail to.
 constexpr int reply_margin_ms = 1000;
 
 } // namespace
 
 struct modbus_module::exchange_t {
-    // Fixed before the exchange is handed to the client's thread.
+    // Fixed before the exchange is handed to the I/O thread.
     table_e table = holding;
     uint16_t start = 0;
     int count = 0;
@@ -129,8 +110,11 @@ struct modbus_module::exchange_t {
     bool follow_up = false;     // sent after another: see send_after()
     uint64_t aborts_before = 0; // abort() calls before it was made; a later one holds it back
 
-    // The client's thread only.
-    QPointer<QModbusReply> reply; // the client owns it too: gone with a closed connection
+    // The I/O thread only.
+    QByteArray pdu;             // the request as sent
+    bool awaited = false;       // sent, and its reply not yet in
+    int handle = 0;             // the link's, while awaited
+    QPointer<modbus_link> link; // the link it was sent on
     // How far the request is: queued to go out at once; held until the reply to the one before it
     // is in; waiting for finish_read() (the one before got an exception reply or was dropped);
     // sent; or dropped unsent.
@@ -151,11 +135,8 @@ struct modbus_module::private_t {
     qz::api::proto::command_config config = default_config();
     bool open = false; // the caller's thread: connected, and not disconnected since
 
-    // The client's thread only.
-    std::unique_ptr<QModbusClient> client;
-    // The TCP client's socket, where Qt makes it the client's child; a request sent ahead is
-    // flushed through it at once.
-    QPointer<QAbstractSocket> socket;
+    // The I/O thread only.
+    std::unique_ptr<modbus_link> link;
     // Exchanges on their way, ended as "nothing on its way" when the connection closes.
     std::vector<std::weak_ptr<exchange_t>> on_their_way;
 
@@ -177,7 +158,7 @@ struct modbus_module::private_t {
             .arg(int(start) + count - 1);
     }
 
-    // The client's thread: hands the outcome of @p ex to the caller waiting for it, once.
+    // The I/O thread: hands the outcome of @p ex to the caller waiting for it, once.
     void settle(exchange_t& ex, QVector<uint16_t> result, std::exception_ptr error)
     {
         std::lock_guard<std::mutex> guard(io->lock);
@@ -221,38 +202,16 @@ struct modbus_module::private_t {
         return std::move(ex.result);
     }
 
-    // The client's thread: makes the client and begins to connect.
+    // The I/O thread: makes the link and begins to connect.
     void open_client(const std::shared_ptr<exchange_t>& attempt)
     {
-        const address_t& a = address;
-        if (a.tcp) {
-            client = std::make_unique<QModbusTcpClient>();
-            client->setConnectionParameter(QModbusDevice::NetworkAddressParameter, a.host);
-            client->setConnectionParameter(QModbusDevice::NetworkPortParameter, a.port);
-        } else {
-            client = std::make_unique<rtu_client>();
-            client->setConnectionParameter(QModbusDevice::SerialPortNameParameter, a.device);
-            client->setConnectionParameter(QModbusDevice::SerialBaudRateParameter, a.baud);
-            client->setConnectionParameter(QModbusDevice::SerialParityParameter, a.parity);
-            client->setConnectionParameter(QModbusDevice::SerialDataBitsParameter, a.data);
-            client->setConnectionParameter(QModbusDevice::SerialStopBitsParameter, a.stop);
-        }
-        QModbusClient* const c = client.get();
-        // Connected, or back to unconnected with an error: either settles the attempt.
-        const auto check = [this, c, attempt] {
-            if (c->state() == QModbusDevice::ConnectedState) {
-                if (address.tcp)
-                    socket = c->findChild<QAbstractSocket*>();
+        link = modbus_link::make(address);
+        link->open([this, attempt](const QString& error) {
+            if (error.isEmpty())
                 settle(*attempt, {}, {});
-            } else if (c->state() == QModbusDevice::UnconnectedState) {
-                fail(*attempt, no_connection(c->errorString()));
-            }
-        };
-        QObject::connect(c, &QModbusDevice::stateChanged, io->context(), check);
-        if (!c->connectDevice())
-            fail(*attempt, no_connection(c->errorString()));
-        else
-            check();
+            else
+                fail(*attempt, no_connection(error));
+        });
     }
 
     media_exception no_connection(const QString& why) const
@@ -261,7 +220,7 @@ struct modbus_module::private_t {
                                QStringLiteral("%1: no connection (%2)").arg(text, why).toStdString());
     }
 
-    // The client's thread: ends what is on its way and closes the client.
+    // The I/O thread: ends what is on its way and closes the link.
     void close_client()
     {
         for (const std::weak_ptr<exchange_t>& weak : on_their_way)
@@ -272,10 +231,7 @@ struct modbus_module::private_t {
                 ex->then.reset();
             }
         on_their_way.clear();
-        if (!client)
-            return;
-        client->disconnectDevice();
-        client.reset();
+        link.reset();
     }
 
     media_exception nothing_on_its_way(table_e table, uint16_t start, int count) const
@@ -287,7 +243,7 @@ struct modbus_module::private_t {
                 .toStdString());
     }
 
-    // The client's thread: keeps @p ex to be ended when the connection closes.
+    // The I/O thread: keeps @p ex to be ended when the connection closes.
     void remember(const std::shared_ptr<exchange_t>& ex)
     {
         on_their_way.erase(std::remove_if(on_their_way.begin(), on_their_way.end(),
@@ -296,12 +252,12 @@ struct modbus_module::private_t {
         on_their_way.push_back(ex);
     }
 
-    // The client's thread: sends @p ex once the reply to @p previous is in, unless that reply is
+    // The I/O thread: sends @p ex once the reply to @p previous is in, unless that reply is
     // a Modbus exception (or @p previous is dropped): then it waits for finish_read().
     void send_after(const std::shared_ptr<exchange_t>& previous, const std::shared_ptr<exchange_t>& ex)
     {
         using stage_e = exchange_t::stage_e;
-        if (previous->reply || previous->stage == stage_e::held || previous->stage == stage_e::on_finish) {
+        if (previous->awaited || previous->stage == stage_e::held || previous->stage == stage_e::on_finish) {
             ex->stage = stage_e::held;
             previous->then = ex;
             remember(ex);
@@ -320,64 +276,61 @@ struct modbus_module::private_t {
         return aborts != ex.aborts_before;
     }
 
-    // The client's thread: sends the request of @p ex.
+    // The I/O thread: sends the request of @p ex.
     void send(const std::shared_ptr<exchange_t>& ex)
     {
         ex->stage = exchange_t::stage_e::sent;
-        if (!client) {
+        if (!link) {
             fail(*ex,
                  media_exception(media_exception::not_open,
                                  (text + QStringLiteral(": not connected")).toStdString()));
             return;
         }
-        client->setTimeout(std::max(ex->timeout_ms, 10)); // Qt's smallest
-        client->setNumberOfRetries(std::max(ex->repeats, 0));
-        QModbusDataUnit unit(register_type(ex->table), ex->start, quint16(ex->count));
-        QModbusReply* reply = nullptr;
-        if (ex->reading) {
-            reply = client->sendReadRequest(unit, address.unit);
-        } else {
-            for (int i = 0; i < ex->values.size(); ++i)
-                unit.setValue(i, ex->values[i]);
-            reply = client->sendWriteRequest(unit, address.unit);
+        // A link that failed during the operation stays failed for the rest of it.
+        if (!link->is_open()) {
+            fail(*ex, lost(*ex, link->failure()));
+            return;
         }
-        // Out now, not when this thread next waits: Qt's socket writes from its event loop.
-        if (socket)
-            socket->flush();
-        if (!reply) {
+        ex->pdu = ex->reading ? frame::read_request(ex->table, ex->start, ex->count)
+                              : frame::write_request(ex->table, ex->start, ex->values);
+        if (ex->pdu.isEmpty()) {
             fail(*ex,
-                 media_exception(media_exception::no_device,
-                                 QStringLiteral("%1: not sent: %2")
-                                     .arg(where(ex->table, ex->start, ex->count), client->errorString())
+                 proto_exception(proto_exception::parameter_error,
+                                 QStringLiteral("%1: the table cannot be written")
+                                     .arg(where(ex->table, ex->start, ex->count))
                                      .toStdString()));
             return;
         }
-        ex->reply = reply;
+        ex->awaited = true;
+        ex->link = link.get();
         remember(ex);
-        if (reply->isFinished())
-            take_reply(*ex);
-        else
-            QObject::connect(reply, &QModbusReply::finished, io->context(), [this, ex] { take_reply(*ex); });
+        ex->handle =
+            link->send(ex->pdu, std::max(ex->timeout_ms, 10), std::max(ex->repeats, 0),
+                       [this, ex](const modbus_link::outcome_t& outcome) { take_reply(*ex, outcome); });
     }
 
-    // The client's thread: the outcome of a finished reply.
-    void take_reply(exchange_t& ex)
+    media_exception lost(const exchange_t& ex, const QString& why) const
     {
-        QModbusReply* const reply = ex.reply.data();
-        ex.reply.clear();
-        if (!reply)
+        return media_exception(media_exception::no_device,
+                               QStringLiteral("%1: connection lost (%2)")
+                                   .arg(where(ex.table, ex.start, ex.count), why)
+                                   .toStdString());
+    }
+
+    // The I/O thread: the outcome of a request that was sent.
+    void take_reply(exchange_t& ex, const modbus_link::outcome_t& outcome)
+    {
+        ex.awaited = false;
+        // Dropped meanwhile: nobody wants it.
+        if (ex.stage == exchange_t::stage_e::dropped)
             return;
         QVector<uint16_t> values;
         std::exception_ptr error;
         try {
-            values = interpret(*reply, ex);
-        } catch (const proto_exception& e) {
-            error = std::current_exception();
-            ex.exception_reply = e.get_type() != proto_exception::invalid_result;
+            values = interpret(outcome, ex);
         } catch (...) {
             error = std::current_exception();
         }
-        reply->deleteLater();
         // The request held behind this one goes out now, before its caller has even woken up.
         // After an exception reply the caller may first want to ask again in smaller pieces.
         if (const std::shared_ptr<exchange_t> next = std::exchange(ex.then, nullptr);
@@ -390,70 +343,52 @@ struct modbus_module::private_t {
         settle(ex, std::move(values), std::move(error));
     }
 
-    // Turns a finished reply into its values or the interface's exceptions.
-    QVector<uint16_t> interpret(const QModbusReply& reply, const exchange_t& ex) const
+    // Turns the outcome of a request into its values or the interface's exceptions.
+    QVector<uint16_t> interpret(const modbus_link::outcome_t& outcome, exchange_t& ex) const
     {
+        using kind_e = modbus_link::outcome_t::kind_e;
         // Named only for a failure: a reply that succeeds costs no text.
         const auto place = [&] { return where(ex.table, ex.start, ex.count); };
-        const QString qt_text = reply.errorString();
-        if (reply.error() == invalid_response_error)
-            malformed(place(), qt_text);
-        switch (reply.error()) {
-        case QModbusDevice::NoError:
+        const auto unfit = [&](const QString& why) {
+            return proto_exception(proto_exception::invalid_result,
+                                   QStringLiteral("%1: the reply does not fit the request (%2)")
+                                       .arg(place(), why)
+                                       .toStdString());
+        };
+        switch (outcome.kind) {
+        case kind_e::answered:
             break;
-        case QModbusDevice::TimeoutError:
+        case kind_e::no_answer:
             throw media_exception(ex.reading ? media_exception::read_failed : media_exception::write_failed,
-                                  QStringLiteral("%1: no answer (%2)").arg(place(), qt_text).toStdString());
-        case QModbusDevice::ProtocolError: {
-            const QByteArray pdu = raw_bytes(reply.rawResult());
-            const bool is_exception = pdu.size() >= 2 && (uint8_t(pdu[0]) & QModbusPdu::ExceptionByte);
-            const auto code = QModbusPdu::ExceptionCode(is_exception ? uint8_t(pdu[1]) : 0);
-            if (!is_exception)
-                malformed(place(), qt_text);
-            proto_exception::exception_type_e kind = proto_exception::general_error;
-            if (code == QModbusPdu::IllegalFunction)
-                kind = proto_exception::response_error;
-            else if (code == QModbusPdu::IllegalDataAddress || code == QModbusPdu::IllegalDataValue)
-                kind = proto_exception::parameter_error;
-            else if (code == QModbusPdu::ServerDeviceBusy)
-                kind = proto_exception::busy;
-            throw proto_exception(kind,
-                                  QStringLiteral("%1: Modbus exception 0x%2 (%3)")
+                                  QStringLiteral("%1: no answer within %2 ms, %3 times")
                                       .arg(place())
-                                      .arg(int(code), 2, 16, QLatin1Char('0'))
-                                      .arg(exception_name(code))
+                                      .arg(std::max(ex.timeout_ms, 10))
+                                      .arg(std::max(ex.repeats, 0) + 1)
                                       .toStdString());
+        case kind_e::bad_crc:
+            throw proto_exception(
+                proto_exception::crc_error,
+                QStringLiteral("%1: no reply with a right checksum").arg(place()).toStdString());
+        case kind_e::unfit:
+            throw unfit(outcome.detail);
+        case kind_e::lost:
+            throw lost(ex, outcome.detail);
         }
-        case QModbusDevice::ConnectionError:
-        case QModbusDevice::ReplyAbortedError:
-            throw media_exception(
-                media_exception::no_device,
-                QStringLiteral("%1: connection lost (%2)").arg(place(), qt_text).toStdString());
-        default:
-            throw proto_exception(proto_exception::general_error,
-                                  QStringLiteral("%1: %2").arg(place(), qt_text).toStdString());
+        frame::reply_t reply = frame::read_reply(ex.pdu, outcome.pdu, ex.count);
+        if (reply.exception) {
+            ex.exception_reply = true;
+            throw proto_exception(
+                exception_kind(reply.exception),
+                QStringLiteral("%1: Modbus exception %2 (%3)")
+                    .arg(place(), frame::code_text(reply.exception), exception_name(reply.exception))
+                    .toStdString());
         }
-        if (!ex.reading)
-            return {};
-        const QModbusDataUnit unit = reply.result();
-        // Bits travel in whole bytes; Qt 6 hands the padding bits out as values too.
-        const bool bits = ex.table == coil || ex.table == discrete;
-        const int got = int(unit.valueCount());
-        if (unit.startAddress() != ex.start || got < ex.count || (!bits && got != ex.count))
-            throw proto_exception(proto_exception::invalid_result,
-                                  QStringLiteral("%1: the reply holds %2 values from %3")
-                                      .arg(place())
-                                      .arg(unit.valueCount())
-                                      .arg(unit.startAddress())
-                                      .toStdString());
-        QVector<uint16_t> values;
-        values.reserve(ex.count);
-        for (int i = 0; i < ex.count; ++i)
-            values.append(unit.value(i));
-        return values;
+        if (!reply.unfit.isEmpty())
+            throw unfit(reply.unfit);
+        return std::move(reply.values);
     }
 
-    // Hands a new exchange to the client's thread.
+    // Hands a new exchange to the I/O thread.
     std::shared_ptr<exchange_t> begin_exchange(table_e table, uint16_t start, int count, bool reading,
                                                QVector<uint16_t> values = {},
                                                std::shared_ptr<exchange_t> after = nullptr)
@@ -484,7 +419,9 @@ struct modbus_module::private_t {
     // Waits for @p ex as read(), write() and finish_read() do; a request given up is dropped.
     QVector<uint16_t> finish(const std::shared_ptr<exchange_t>& ex)
     {
-        const int longest = std::max(ex->timeout_ms, 10) * (std::max(ex->repeats, 0) + 1) + reply_margin_ms;
+        // On a serial line the request may first wait out the quiet time after one that got no answer.
+        const int tries = std::max(ex->repeats, 0) + (address.tcp ? 1 : 2);
+        const int longest = std::max(ex->timeout_ms, 10) * tries + reply_margin_ms;
         // A follow-up left to this call goes out now.
         if (ex->follow_up)
             io->post([this, ex] {
@@ -512,9 +449,10 @@ struct modbus_module::private_t {
     {
         if (const std::shared_ptr<io_thread> thread = io.lock())
             thread->post([ex] {
-                delete ex->reply.data();
-                if (ex->stage != exchange_t::stage_e::sent)
-                    ex->stage = exchange_t::stage_e::dropped;
+                ex->stage = exchange_t::stage_e::dropped;
+                if (ex->awaited && ex->link)
+                    ex->link->cancel(ex->handle);
+                ex->awaited = false;
                 // The one held behind it waits for its own finish_read() now.
                 if (const std::shared_ptr<exchange_t> next = std::exchange(ex->then, nullptr);
                     next && next->stage == exchange_t::stage_e::held)
@@ -551,7 +489,7 @@ void modbus_module::connect()
     }
     if (d->open) {
         bool connected = false;
-        d->io->call([&] { connected = d->client && d->client->state() == QModbusDevice::ConnectedState; });
+        d->io->call([&] { connected = d->link && d->link->is_open(); });
         if (connected)
             return;
         disconnect();
@@ -571,7 +509,7 @@ void modbus_module::connect()
 
 void modbus_module::disconnect()
 {
-    // Not waited for: the client's thread closes it before anything asked of it later. From the
+    // Not waited for: the I/O thread closes it before anything asked of it later. From the
     // destructor too, the private part outlives the task: its thread, its last member, ends first.
     d->open = false;
     private_t* const p = d.get();

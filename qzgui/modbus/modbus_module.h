@@ -21,24 +21,34 @@ class io_thread;
 /**
  * @class modbus_module modbus_module.h <qzgui/modbus/modbus_module.h>
  *
- * A device module that speaks Modbus, over TCP or RTU on a serial line, through Qt SerialBus. The
- * Qt client lives in a thread of the module's own; a call hands it the request and waits on a
- * condition variable, without busy-waiting and without running the calling thread's event loop.
- * So a request queued to a worker while it waits for a reply runs after the operation in
- * progress, never inside it. Calls come from one thread at a time (a worker's); abort() may come
- * from any thread and ends the call in progress within 100 ms with media_exception::stopped.
+ * A device module that speaks Modbus, over TCP or RTU on a serial line. It frames and checks
+ * every request and reply itself, on Qt Network and Qt SerialPort, in a thread of the module's
+ * own; a call hands it the request and waits on a condition variable, without busy-waiting and
+ * without running the calling thread's event loop. So a request queued to a worker while it waits
+ * for a reply runs after the operation in progress, never inside it. Calls come from one thread
+ * at a time (a worker's); abort() may come from any thread and ends the call in progress within
+ * 100 ms with media_exception::stopped.
  *
- * The command configuration sets the client's response time-out and retry count per request:
- * reads take the "s" class (timeout_s, repeats_s), writes the "m" class (timeout_m, repeats_m)
- * and connecting waits up to timeout_l. Whatever the client does, no wait for a reply lasts longer
- * than the time-out times (repeats + 1), plus a second.
+ * The command configuration sets the time-out and retry count per request: reads take the "s"
+ * class (timeout_s, repeats_s), writes the "m" class (timeout_m, repeats_m) and connecting waits
+ * up to timeout_l. No wait for a reply lasts longer than the time-out times (repeats + 1), plus
+ * one more time-out on a serial line (see below), plus a second.
+ *
+ * Only a reply that answers its request is taken. Over TCP it carries the request's transaction
+ * id and unit; over RTU it comes from the request's unit with a right checksum, and after a try
+ * that got no answer the line must stay quiet for another time-out before the next request, so
+ * that a late reply is dropped rather than taken as the next one's. Either way the reply must
+ * have the request's function code and exactly the byte count the request needs, and a write's
+ * echo must match what was written.
  *
  * Failures throw the module interface's exceptions, with the address, the Modbus exception code
- * and Qt's error text in the message: no connection, a refused connection or no such serial port
- * → media_exception::no_device; no answer in time → media_exception::read_failed (read) or
- * write_failed (write); a Modbus exception response → proto_exception::response_error (illegal
- * function), parameter_error (illegal data address or value), busy (server busy) or
- * general_error (others); a reply that does not fit the request → invalid_result.
+ * and its name in the message: no connection, a refused connection, no such serial port or a
+ * connection lost → media_exception::no_device (for the rest of the operation, once lost); no
+ * answer in time → media_exception::read_failed (read) or write_failed (write); only replies with
+ * a wrong checksum → proto_exception::crc_error; a Modbus exception response →
+ * proto_exception::response_error (illegal function), parameter_error (illegal data address or
+ * value), busy (server busy) or general_error (others); a reply that does not fit the request →
+ * invalid_result.
  * @see modbus_worker, register_map
  */
 class QZGUI_MODBUS_EXPORT modbus_module : public qz::api::proto::qz_module {
@@ -47,7 +57,8 @@ public:
      * @param address "tcp://HOST:PORT" or
      *        "rtu:DEVICE?baud=19200&parity=none|even|odd&data=8&stop=1" (every setting optional,
      *        those shown the defaults), each optionally with "unit=N", the server address (1 by
-     *        default; 0 to 255 over TCP, 1 to 247 over RTU)
+     *        default; 0 to 255 over TCP, 1 to 247 over RTU). HOST is a name or an IP address,
+     *        an IPv6 one in brackets: "tcp://[::1]:1502". Modbus RTU takes 8 data bits only.
      * @throws std::invalid_argument naming the address and its fault
      */
     explicit modbus_module(const QString& address);
@@ -108,7 +119,8 @@ public:
     /**
      * Sends the read that read() makes and returns at once, so that the device can work on it
      * while the caller does something else. Over TCP the request goes out now, beside any other
-     * on its way; over RTU it waits its turn in the client's queue. Its time-out counts from now.
+     * on its way, and its time-out counts from now; over RTU it waits its turn on the line, and its
+     * time-out counts from when it goes out.
      * @return the request, for finish_read()
      * @throws media_exception not_open when no connection is open
      */

@@ -41,16 +41,18 @@ struct block_t {
     int first_slot = 0; // the earliest the request needs one of them
 };
 
-// Runs @p fn; a failure it throws comes back as its descriptor. @p exception_reply tells whether
-// the device answered with a Modbus exception, a reply about the request rather than the link.
-std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool* exception_reply = nullptr)
+// Runs @p fn; a failure it throws comes back as its descriptor. @p refused tells whether the
+// device refused the request itself (an illegal function, address or value), which one of the
+// parameters it names may be the cause of.
+std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool* refused = nullptr)
 {
     try {
         fn();
         return std::nullopt;
     } catch (const proto_exception& e) {
-        if (exception_reply)
-            *exception_reply = e.get_type() != proto_exception::invalid_result;
+        if (refused)
+            *refused = e.get_type() == proto_exception::parameter_error
+                || e.get_type() == proto_exception::response_error;
         return error_descriptor(nullptr, &e, nullptr);
     } catch (const media_exception& e) {
         return error_descriptor(&e, nullptr, nullptr);
@@ -209,7 +211,7 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
     // thread, so the device answers it while this one is decoded and reported. Two blocks are
     // planned ahead (the one on its way, and the next, held behind it), so the next is in place
     // before the reply it waits for comes in. Still only one request is ever on its way, as some
-    // devices take no more. A block answered with an exception is read again id by id first: the
+    // devices take no more. A block the device refuses is read again id by id first: the
     // module then holds the next until it is finished. A stop drops the block sent ahead.
     const QVector<block_t> blocks = plan_blocks(wanted);
     std::optional<modbus_module::pending_read> ahead;
@@ -236,13 +238,13 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             break;
         const block_t& block = blocks[b];
         QVector<uint16_t> words;
-        bool exception_reply = false;
+        bool refused = false;
         std::optional<error_descriptor> error = ahead_error;
         if (!error)
-            error = failure_of([&] { words = _modbus->finish_read(*ahead); }, &exception_reply);
+            error = failure_of([&] { words = _modbus->finish_read(*ahead); }, &refused);
         auto [later, later_error] = send(b + 2, held ? &*held : nullptr);
         // One parameter may be the cause of an exception: each of the others still gets its value.
-        const bool one_by_one = error && exception_reply && block.members.size() > 1;
+        const bool one_by_one = error && refused && block.members.size() > 1;
         for (const planned_t& p : block.members) {
             outcome_t& outcome = outcomes[p.slot];
             if (one_by_one) {

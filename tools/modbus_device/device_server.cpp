@@ -4,6 +4,7 @@
 #include "device_store.h"
 
 #include "qzgui/modbus/device_address.h"
+#include "qzgui/modbus/modbus_frame_p.h"
 
 #include <QSerialPort>
 #include <QTcpServer>
@@ -15,32 +16,6 @@
 namespace qz::tools {
 
 namespace {
-
-// Modbus RTU's checksum: CRC-16 with the reflected polynomial 0xA001, low byte sent first.
-uint16_t crc16(const QByteArray& bytes)
-{
-    uint16_t crc = 0xFFFF;
-    for (const char byte : bytes) {
-        crc ^= uint8_t(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 1) ? (crc >> 1) ^ 0xA001 : crc >> 1;
-    }
-    return crc;
-}
-
-// Whether the last two bytes of @p frame are the checksum of the others.
-bool checksum_fits(const QByteArray& frame)
-{
-    if (frame.size() < 4)
-        return false;
-    const uint16_t sum = crc16(frame.left(frame.size() - 2));
-    return uint8_t(frame[frame.size() - 2]) == (sum & 0xFF) && uint8_t(frame[frame.size() - 1]) == (sum >> 8);
-}
-
-int word_at(const QByteArray& bytes, int at)
-{
-    return (int(uint8_t(bytes[at])) << 8) | uint8_t(bytes[at + 1]);
-}
 
 // The length of the RTU request frame at the start of @p bytes: 0 while it cannot be told yet,
 // -1 for a function whose frame length the device does not know.
@@ -120,7 +95,7 @@ QString device_server::listen(const qz::modbus::address_t& address)
     connect(_silence, &QTimer::timeout, this, [this] {
         const QByteArray rest = std::exchange(_rtu_buffer, QByteArray());
         // A function the device cannot frame by its length ends with the gap.
-        if (rtu_frame_length(rest) < 0 && checksum_fits(rest))
+        if (rtu_frame_length(rest) < 0 && qz::modbus::frame::crc_fits(rest))
             _answer_rtu(rest);
         else if (!rest.isEmpty())
             _log(QStringLiteral("dropped %1 bytes that form no request").arg(rest.size()));
@@ -132,8 +107,8 @@ void device_server::_serve_tcp(QIODevice* socket, QByteArray* buffer)
 {
     *buffer += socket->readAll();
     while (buffer->size() >= 7) {
-        const int length = word_at(*buffer, 4);
-        if (word_at(*buffer, 2) != 0 || length < 2 || length > 254) {
+        const int length = qz::modbus::frame::word_at(*buffer, 4);
+        if (qz::modbus::frame::word_at(*buffer, 2) != 0 || length < 2 || length > 254) {
             _log(QStringLiteral("closed a connection that sent no Modbus TCP frame"));
             buffer->clear();
             static_cast<QTcpSocket*>(socket)->disconnectFromHost();
@@ -163,7 +138,7 @@ void device_server::_serve_rtu()
             return; // the silence timer deals with a function it cannot frame
         const QByteArray frame = _rtu_buffer.left(length);
         _rtu_buffer.remove(0, length);
-        if (!checksum_fits(frame)) {
+        if (!qz::modbus::frame::crc_fits(frame)) {
             _log(QStringLiteral("dropped a frame with a wrong checksum"));
             _rtu_buffer.clear();
             return;
@@ -175,11 +150,8 @@ void device_server::_serve_rtu()
 void device_server::_answer_rtu(const QByteArray& frame)
 {
     const int unit = uint8_t(frame[0]);
-    _answer(_serial, unit, frame.mid(1, frame.size() - 3), [unit](const QByteArray& reply) {
-        const QByteArray body = char(unit) + reply;
-        const uint16_t sum = crc16(body);
-        return body + char(sum & 0xFF) + char(sum >> 8);
-    });
+    _answer(_serial, unit, frame.mid(1, frame.size() - 3),
+            [unit](const QByteArray& reply) { return qz::modbus::frame::with_crc(char(unit) + reply); });
 }
 
 void device_server::_answer(QIODevice* device, int unit, const QByteArray& pdu,
