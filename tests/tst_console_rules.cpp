@@ -247,8 +247,8 @@ private slots:
         for (const QString& text : lines)
             QVERIFY2(line.match(text).hasMatch(), qPrintable(text));
         const QString shown =
-            QStringLiteral("QZ-1\\r\\n2026-01-01 00:00:00,000  INFO  begin of READ operation\\n"
-                           "\\u0000\\tx\\\\n\\u2028end");
+            QStringLiteral("QZ-1\\u000d\\u000a2026-01-01 00:00:00,000  INFO  begin of READ operation\\u000a"
+                           "\\u0000\\u0009x\\\\n\\u2028end");
         const QStringList messages = logged_messages(window());
         QVERIFY(messages.contains(QStringLiteral("written 0x0002 Device name = ") + shown));
         QVERIFY(messages.contains(QStringLiteral("read 0x0002 Device name = ") + shown));

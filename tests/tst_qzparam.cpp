@@ -19,7 +19,8 @@ const QByteArray map_text = R"({"version": 1, "parameters": [
     {"id": "0x0012", "table": "input", "address": 0, "type": "int16", "scale": 0.1, "initial": 0.3},
     {"id": "0x0013", "table": "coil", "address": 0, "type": "bool", "initial": true},
     {"id": "0x0014", "table": "holding", "address": 3, "type": "string", "registers": 4, "initial": "pump 1"},
-    {"id": "0x12345", "table": "holding", "address": 7, "type": "int32", "initial": -70000}
+    {"id": "0x12345", "table": "holding", "address": 7, "type": "int32", "initial": -70000},
+    {"id": "0x0015", "table": "holding", "address": 30, "type": "string", "registers": 3, "initial": "x\u0000y\nz"}
 ]})";
 
 // What a finished qzparam run left.
@@ -91,8 +92,18 @@ private slots:
         QCOMPARE(run.err, QStringList());
         QCOMPARE(run.out,
                  QStringList({"0x0010 = 12", "0x0011 = 0.10000000149011612", "0x0012 = 0.3", "0x0013 = true",
-                              "0x0014 = pump 1", "0x12345 = -70000"}));
+                              "0x0014 = pump 1", "0x12345 = -70000", "0x0015 = x\\u0000y\\u000az"}));
         QCOMPARE(run.status, 0);
+    }
+
+    void a_string_stays_one_line_whatever_it_holds()
+    {
+        // A line feed, a tab and a backslash: escaped so that a script can split on lines and undo it.
+        run_t run = _qzparam(_on_device({"write", "0x14=a\nb\t\\"}));
+        QCOMPARE(run.out, QStringList{"0x0014 = a\\u000ab\\u0009\\\\"});
+        run = _qzparam(_on_device({"read", "0x14", "0x15"}));
+        QCOMPARE(run.out, QStringList({"0x0014 = a\\u000ab\\u0009\\\\", "0x0015 = x\\u0000y\\u000az"}));
+        QCOMPARE(_qzparam(_on_device({"write", "0x14=pump 1"})).status, 0);
     }
 
     void reads_the_ids_given_in_their_order()

@@ -345,13 +345,13 @@ void console_window::_connect_worker()
             [this](const qz::gui::error_descriptor& err) {
                 _log->log(log_item::ERROR,
                           QStringLiteral("connection error: ")
-                              + printable(_texts.get_error_descriptor_string(err)));
+                              + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
             });
     connect(_worker.get(), &sat_worker::on_operation_error, this,
             [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
                 _log->log(log_item::ERROR,
                           _texts.get_operation_error_string(op) + QStringLiteral(": ")
-                              + printable(_texts.get_error_descriptor_string(err)));
+                              + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
             });
     // Values are logged first, then shown by the session's rules.
     connect(_worker.get(), &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
@@ -407,7 +407,7 @@ void console_window::_continue_closing()
 
 void console_window::_on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err)
 {
-    const QString text = printable(_texts.get_error_descriptor_string(err));
+    const QString text = qz::gui::printable_text(_texts.get_error_descriptor_string(err));
     _log->log(log_item::ERROR,
               QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
     _session->mark_failed(id, text);
@@ -476,11 +476,13 @@ bool console_window::save_parameters_to(const QString& path)
         qz::gui::save_parameters(path, values);
     } catch (const std::runtime_error& e) {
         _log->log(log_item::ERROR,
-                  QStringLiteral("parameters not saved: ") + printable(QString::fromUtf8(e.what())));
+                  QStringLiteral("parameters not saved: ")
+                      + qz::gui::printable_text(QString::fromUtf8(e.what())));
         return false;
     }
-    _log->log(log_item::INFO,
-              QStringLiteral("saved %1 parameters to %2").arg(values.size()).arg(printable(path)));
+    _log->log(
+        log_item::INFO,
+        QStringLiteral("saved %1 parameters to %2").arg(values.size()).arg(qz::gui::printable_text(path)));
     return true;
 }
 
@@ -491,7 +493,8 @@ bool console_window::load_parameters_from(const QString& path)
         values = qz::gui::load_parameters(path);
     } catch (const std::runtime_error& e) {
         _log->log(log_item::ERROR,
-                  QStringLiteral("parameters not loaded: ") + printable(QString::fromUtf8(e.what())));
+                  QStringLiteral("parameters not loaded: ")
+                      + qz::gui::printable_text(QString::fromUtf8(e.what())));
         return false;
     }
     const QVector<uint32_t> unbound = _session->apply_values(values);
@@ -514,10 +517,11 @@ bool console_window::load_parameters_from(const QString& path)
     QStringList names;
     for (const uint32_t id : pending_ids())
         names.append(parameter_name(id));
-    _log->log(log_item::INFO,
-              QStringLiteral("loaded %1 parameters from %2; pending: %3")
-                  .arg(values.size())
-                  .arg(printable(path), names.isEmpty() ? QStringLiteral("none") : names.join(", ")));
+    _log->log(
+        log_item::INFO,
+        QStringLiteral("loaded %1 parameters from %2; pending: %3")
+            .arg(values.size())
+            .arg(qz::gui::printable_text(path), names.isEmpty() ? QStringLiteral("none") : names.join(", ")));
     if (!not_editable.isEmpty())
         _log->log(log_item::WARN,
                   QStringLiteral("not editable here, left alone: ") + not_editable.join(", "));

@@ -3,6 +3,8 @@
 #ifndef DEVICE_CONSOLE_DEVICE_PARAMETERS_H
 #define DEVICE_CONSOLE_DEVICE_PARAMETERS_H
 
+#include <qzgui/printable_text.h>
+
 #include <QDateTime>
 #include <QString>
 #include <QVariant>
@@ -55,40 +57,12 @@ inline QString parameter_name(uint32_t id)
     return QStringLiteral("0x%1").arg(id, 4, 16, QLatin1Char('0'));
 }
 
-/**
- * @p text with its control characters made visible: a line feed becomes the two characters
- * backslash and n (likewise \r and \t), other controls and line separators \uXXXX, and a
- * backslash is doubled. Texts from the user or the device pass through it before they are logged,
- * so that one entry stays one line and no text can forge entries of its own.
- */
-inline QString printable(const QString& text)
-{
-    QString out;
-    out.reserve(text.size());
-    for (const QChar c : text) {
-        const ushort u = c.unicode();
-        if (c == QLatin1Char('\\'))
-            out += QLatin1String("\\\\");
-        else if (c == QLatin1Char('\n'))
-            out += QLatin1String("\\n");
-        else if (c == QLatin1Char('\r'))
-            out += QLatin1String("\\r");
-        else if (c == QLatin1Char('\t'))
-            out += QLatin1String("\\t");
-        else if (c.category() == QChar::Other_Control || u == 0x2028 || u == 0x2029)
-            out += QStringLiteral("\\u%1").arg(u, 4, 16, QLatin1Char('0'));
-        else
-            out += c;
-    }
-    return out;
-}
-
 /// A value as the log shows it: the hexadecimal fields in hex, the rest as printable text.
 inline QString format_value(uint32_t id, const QVariant& value)
 {
     if (id == id_address || id == id_mask)
         return QStringLiteral("0x") + QString::number(uint(value.toInt()), 16).toUpper();
-    return printable(value.toString());
+    return qz::gui::printable_text(value.toString());
 }
 
 } // namespace device_console

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/modbus/device_address.h"
 
+#include "qzgui/printable_text.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -15,29 +17,11 @@ bool is_control(QChar c)
     return c.unicode() < 0x20 || c.unicode() == 0x7F;
 }
 
-// The address as a message can show it: a control character, or half of a surrogate pair, as
-// \uXXXX. A zero would end the message's C string there, fault and all, and UTF-8 has no half pairs.
-QString shown(const QString& address)
-{
-    QString text;
-    for (int i = 0; i < address.size(); ++i) {
-        const QChar c = address.at(i);
-        if (c.isHighSurrogate() && i + 1 < address.size() && address.at(i + 1).isLowSurrogate()) {
-            text += c;
-            text += address.at(++i);
-        } else if (is_control(c) || c.isSurrogate()) {
-            text += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
-        } else {
-            text += c;
-        }
-    }
-    return text;
-}
-
 [[noreturn]] void bad_address(const QString& address, const QString& fault)
 {
-    throw std::invalid_argument(
-        QStringLiteral("bad device address \"%1\": %2").arg(shown(address), fault).toStdString());
+    throw std::invalid_argument(QStringLiteral("bad device address \"%1\": %2")
+                                    .arg(qz::gui::printable_text(address), fault)
+                                    .toStdString());
 }
 
 // A whole number in [low, high] written in decimal digits only.

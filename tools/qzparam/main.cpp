@@ -9,6 +9,7 @@
 #include <qzgui/modbus/modbus_module.h>
 #include <qzgui/modbus/modbus_worker.h>
 #include <qzgui/modbus/register_map.h>
+#include <qzgui/printable_text.h>
 #include <qzgui/resource_manager.h>
 
 #include <QCommandLineParser>
@@ -29,7 +30,8 @@ using qz::tools::print;
 // bad_argument() exits with 2, a bad argument, map or value.
 enum exit_e : int { all_done = 0, some_failed = 1, no_connection = 3 };
 
-// Numbers in the C locale; a double in the shortest form that reads back as the same double.
+// Numbers in the C locale; a double in the shortest form that reads back as the same double; a
+// string as one line, its control characters escaped, so that every id is one line of output.
 QString value_text(const QVariant& value)
 {
     switch (value.userType()) {
@@ -37,6 +39,8 @@ QString value_text(const QVariant& value)
         return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
     case QMetaType::Double:
         return QLocale::c().toString(value.toDouble(), 'g', QLocale::FloatingPointShortest);
+    case QMetaType::QString:
+        return qz::gui::printable_text(value.toString());
     default:
         return value.toString();
     }
