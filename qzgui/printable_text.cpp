@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/printable_text.h"
 
+#include <QVariant>
+
+#include <charconv>
+#include <cmath>
+
 namespace qz::gui {
 
 QString printable_text(const QString& text)
@@ -22,6 +27,31 @@ QString printable_text(const QString& text)
         }
     }
     return out;
+}
+
+QString number_text(double number)
+{
+    char text[400]; // the longest written-out double below 1e21, with room to spare
+    const double magnitude = std::fabs(number);
+    const bool written_out = number == 0 || (magnitude >= 1e-7 && magnitude < 1e21);
+    const auto result = written_out
+        ? std::to_chars(text, text + sizeof text, number, std::chars_format::fixed)
+        : std::to_chars(text, text + sizeof text, number);
+    return QString::fromLatin1(text, int(result.ptr - text));
+}
+
+QString printable_value(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::Bool:
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case QMetaType::Double:
+        return number_text(value.toDouble());
+    case QMetaType::QString:
+        return printable_text(value.toString());
+    default:
+        return value.toString();
+    }
 }
 
 } // namespace qz::gui

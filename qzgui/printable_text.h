@@ -6,6 +6,8 @@
 
 #include <QString>
 
+class QVariant;
+
 namespace qz::gui {
 
 /**
@@ -16,6 +18,19 @@ namespace qz::gui {
  * text reads back exactly by undoing these two rules.
  */
 QZGUI_EXPORT QString printable_text(const QString& text);
+
+/**
+ * @return @p number in the fewest digits that read back as the same double, in the C locale:
+ * written out from 1e-7 up to 1e21 (1000000, 0.0001, 21.6), in exponent form beyond (1e+21,
+ * 1e-08)
+ */
+QZGUI_EXPORT QString number_text(double number);
+
+/**
+ * @return @p value as one line: a bool as true or false, a double as number_text() writes it, a
+ * string through printable_text(), anything else as QVariant::toString() gives it
+ */
+QZGUI_EXPORT QString printable_value(const QVariant& value);
 
 } // namespace qz::gui
 

@@ -274,13 +274,14 @@ private slots:
             {0x12, 1.0},                         // an input register
             {0x10, 99},                          // an int for a uint16: converts exactly
             {0x13, false},
-            {0x18, 1.26}}; // scaled: rounded to what the device holds
+            {0x18, 1.26}, // scaled: between two steps, refused rather than rounded
+            {0x18, 1.3}};
         QVERIFY(run_sweep(worker, [&] { worker._set_params(writes); }));
         QCOMPARE(kinds_only(log.take()),
                  framed("write",
                         {"set_error 22 proto 5", "set_error 16 proto 5", "set_error 153 proto 5",
                          "set_error 20 proto 5", "set_error 18 proto 5", "set 16 = 99", "set 19 = false",
-                         "set 24 = 1.3"}));
+                         "set_error 24 proto 5", "set 24 = 1.3"}));
         QCOMPARE(device.requests(),
                  QStringList({"unit 1: write holding 0 to 0: ok", "unit 1: write coil 0 to 0: ok",
                               "unit 1: write holding 20 to 20: ok"}));

@@ -91,7 +91,7 @@ private slots:
         const run_t run = _qzparam(_on_device({"read"}));
         QCOMPARE(run.err, QStringList());
         QCOMPARE(run.out,
-                 QStringList({"0x0010 = 12", "0x0011 = 0.10000000149011612", "0x0012 = 0.3", "0x0013 = true",
+                 QStringList({"0x0010 = 12", "0x0011 = 0.1", "0x0012 = 0.3", "0x0013 = true",
                               "0x0014 = pump 1", "0x12345 = -70000", "0x0015 = x\\u0000y\\u000az"}));
         QCOMPARE(run.status, 0);
     }
@@ -119,8 +119,8 @@ private slots:
             _on_device({"write", "0x10=0x2A", "0x11=2.5e-3", "0x14=ab c", "0x13=false", "0x12345=-5"}));
         QCOMPARE(run.err, QStringList());
         QCOMPARE(run.out,
-                 QStringList({"0x0010 = 42", "0x0011 = 0.0024999999441206455", "0x0014 = ab c",
-                              "0x0013 = false", "0x12345 = -5"}));
+                 QStringList(
+                     {"0x0010 = 42", "0x0011 = 0.0025", "0x0014 = ab c", "0x0013 = false", "0x12345 = -5"}));
         QCOMPARE(run.status, 0);
         run = _qzparam(_on_device({"read", "0x10", "0x14", "0x13"}));
         QCOMPARE(run.out, QStringList({"0x0010 = 42", "0x0014 = ab c", "0x0013 = false"}));
@@ -181,7 +181,16 @@ private slots:
                                    << "qzparam: \"maybe\" is not a value of 0x0013";
         QTest::newRow("out of range")
             << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=65536"}
-            << "qzparam: \"65536\" is not a value of 0x0010";
+            << "qzparam: \"65536\" is not a value of 0x0010: uint16 takes whole numbers from 0 to 65535";
+        QTest::newRow("group separator")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10=1,000"}
+            << "qzparam: \"1,000\" is not a value of 0x0010: not a number: decimal digits";
+        QTest::newRow("float group separator")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x11=1,000"}
+            << "qzparam: \"1,000\" is not a value of 0x0011: not a number: decimal digits";
+        QTest::newRow("between two steps")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x12=0.35"}
+            << "qzparam: \"0.35\" is not a value of 0x0012: scale 0.1 holds 0.3 and 0.4 nearest, not 0.35";
         QTest::newRow("no value") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10"}
                                   << "qzparam: \"0x10\" is not ID=VALUE";
         QTest::newRow("write nothing")

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <qzgui/printable_text.h>
+
 #include <QtTest>
 
 #include <cmath>
@@ -147,16 +149,24 @@ private slots:
                                      << "parameter 1 (id 0x0010): \"scale\" is for numbers only";
         QTest::newRow("initial out of range")
             << one(R"("table": "holding", "address": 0, "type": "int16", "initial": 40000)")
-            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+            << "parameter 1 (id 0x0010): \"initial\" does not fit: int16 takes whole numbers from -32768 to "
+               "32767";
         QTest::newRow("initial fraction")
             << one(R"("table": "holding", "address": 0, "type": "uint16", "initial": 1.5)")
-            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+            << "parameter 1 (id 0x0010): \"initial\" does not fit: uint16 takes whole numbers from 0 to "
+               "65535";
+        QTest::newRow("initial between steps")
+            << one(R"("table": "holding", "address": 0, "type": "uint16", "scale": 0.001, "initial": 1.2345)")
+            << "parameter 1 (id 0x0010): \"initial\" does not fit: scale 0.001 holds 1.234 and 1.235 "
+               "nearest, "
+               "not 1.2345";
         QTest::newRow("initial too long")
             << one(R"("table": "holding", "address": 0, "type": "string", "registers": 1, "initial": "abc")")
-            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+            << "parameter 1 (id 0x0010): \"initial\" does not fit: a string of 1 registers holds at most 2 "
+               "Latin-1 characters";
         QTest::newRow("initial of another type")
             << one(R"("table": "coil", "address": 0, "type": "bool", "initial": "on")")
-            << "parameter 1 (id 0x0010): \"initial\" does not fit the type";
+            << "parameter 1 (id 0x0010): \"initial\" does not fit: bool is not a JSON true or false";
         QTest::newRow("overlap")
             << map_text(R"({"id": 1, "table": "holding", "address": 10, "type": "uint32"},
                            {"id": 2, "table": "input", "address": 11, "type": "uint16"},
@@ -220,8 +230,15 @@ private slots:
         QTest::newRow("int32 min x -0.123456789012345")
             << QVariant(265121435.63859695) << int(type_int32) << false << -0.123456789012345
             << words{0x8000, 0x0000};
+        // A float32 is its shortest decimal, scaled or not: 1.5 × 0.1 is 0.15, and 21.6 stays 21.6.
         QTest::newRow("scaled float32")
-            << QVariant(0.15000000000000002) << int(type_float32) << false << 0.1 << words{0x3FC0, 0x0000};
+            << QVariant(0.15) << int(type_float32) << false << 0.1 << words{0x3FC0, 0x0000};
+        QTest::newRow("float32 21.6")
+            << QVariant(21.6) << int(type_float32) << false << 0.0 << words{0x41AC, 0xCCCD};
+        QTest::newRow("float32 0.1") << QVariant(0.1) << int(type_float32) << false << 0.0
+                                     << words{0x3DCC, 0xCCCD};
+        QTest::newRow("float32 largest")
+            << QVariant(3.4028235e38) << int(type_float32) << false << 0.0 << words{0x7F7F, 0xFFFF};
     }
 
     void values_encode_and_decode()
@@ -297,11 +314,83 @@ private slots:
         QTest::newRow("uint16 negative") << int(type_uint16) << "-1" << QVariant();
         QTest::newRow("uint32 max") << int(type_uint32) << "4294967295" << QVariant(4294967295u);
         QTest::newRow("int32 blank") << int(type_int32) << " 5" << QVariant();
-        QTest::newRow("minus zero") << int(type_int32) << "-0" << QVariant();
+        // One rule for every number: a sign + or -, a point and an exponent, no separators.
+        QTest::newRow("minus zero") << int(type_int32) << "-0" << QVariant(0);
+        QTest::newRow("int plus") << int(type_int16) << "+5" << QVariant(5);
+        QTest::newRow("int point zero") << int(type_int16) << "1.0" << QVariant(1);
+        QTest::newRow("int exponent") << int(type_uint16) << "1e3" << QVariant(1000u);
+        QTest::newRow("int fraction") << int(type_int16) << "1.5" << QVariant();
+        QTest::newRow("int group") << int(type_int16) << "1,000" << QVariant();
+        QTest::newRow("int hex plus") << int(type_uint16) << "+0x10" << QVariant(16u);
+        QTest::newRow("int hex minus") << int(type_int16) << "-0x10" << QVariant(-16);
+        QTest::newRow("int hex too big") << int(type_uint32) << "0x100000000" << QVariant();
+        QTest::newRow("int two signs") << int(type_int16) << "+-5" << QVariant();
         QTest::newRow("float32") << int(type_float32) << "-1.25e2" << QVariant(-125.0);
+        QTest::newRow("float32 plus") << int(type_float32) << "+3" << QVariant(3.0);
+        QTest::newRow("float32 point") << int(type_float32) << ".5" << QVariant(0.5);
+        QTest::newRow("float32 prints as typed") << int(type_float32) << "21.6" << QVariant(21.6);
+        QTest::newRow("float32 largest") << int(type_float32) << "3.4028235e38" << QVariant(3.4028235e38);
+        QTest::newRow("float32 rounds to largest")
+            << int(type_float32) << "3.40282356e38" << QVariant(3.4028235e38);
+        QTest::newRow("float32 too large") << int(type_float32) << "3.4028236e38" << QVariant();
+        QTest::newRow("float32 huge") << int(type_float32) << "1e999" << QVariant();
         QTest::newRow("float32 comma") << int(type_float32) << "1,5" << QVariant();
+        QTest::newRow("float32 group") << int(type_float32) << "1,000" << QVariant();
+        QTest::newRow("float32 hex") << int(type_float32) << "0x10" << QVariant();
+        QTest::newRow("float32 inf") << int(type_float32) << "inf" << QVariant();
+        QTest::newRow("float32 nan") << int(type_float32) << "nan" << QVariant();
+        QTest::newRow("float32 blank") << int(type_float32) << "1 " << QVariant();
         QTest::newRow("string") << int(type_string) << "pump" << QVariant(QStringLiteral("pump"));
         QTest::newRow("string too long") << int(type_string) << "pump 1" << QVariant();
+    }
+
+    void typed_values_say_why_they_are_refused_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<double>("scale"); // 0: none
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("int16 range") << int(type_int16) << 0.0 << "40000"
+                                     << "int16 takes whole numbers from -32768 to 32767";
+        QTest::newRow("separator")
+            << int(type_uint16) << 0.0 << "1,000"
+            << "not a number: decimal digits (with a point or an exponent where wanted) "
+               "or 0x and hexadecimal digits, no separators";
+        QTest::newRow("scaled separator")
+            << int(type_uint16) << 0.1 << "1,000"
+            << "not a number: decimal digits, with a point or an exponent where "
+               "wanted, no separators";
+        QTest::newRow("between steps") << int(type_uint16) << 0.001 << "1.2345"
+                                       << "scale 0.001 holds 1.234 and 1.235 nearest, not 1.2345";
+        QTest::newRow("negative scale") << int(type_int16) << -0.5 << "0.3"
+                                        << "scale -0.5 holds 0 and 0.5 nearest, not 0.3";
+        QTest::newRow("scaled range") << int(type_uint16) << 0.1 << "6553.6"
+                                      << "uint16 with scale 0.1 holds values from 0 to 6553.5";
+        QTest::newRow("float range") << int(type_float32) << 0.0 << "-1e39"
+                                     << "a float32 holds finite values up to 3.4028235e+38 in size";
+        QTest::newRow("bool") << int(type_bool) << 0.0 << "on"
+                              << "a bool is true, false, 1 or 0";
+    }
+
+    void typed_values_say_why_they_are_refused()
+    {
+        QFETCH(int, type);
+        QFETCH(double, scale);
+        QFETCH(QString, text);
+        QFETCH(QString, why);
+        register_entry_t e = entry(value_type_e(type), type == type_bool ? coil : holding);
+        if (scale != 0)
+            e.scale = scale;
+        QString said;
+        QVERIFY(!e.parse(text, &said));
+        QCOMPARE(said, why);
+        // A value that fits is taken exactly, and prints as typed.
+        if (scale == 0.001) {
+            const std::optional<QVariant> fits = e.parse(QStringLiteral("1.235"));
+            QVERIFY(fits);
+            QCOMPARE(qz::gui::printable_value(*fits), QStringLiteral("1.235"));
+            QCOMPARE(e.encode(*fits), std::optional<words>(words{1235}));
+        }
     }
 
     void typed_values_are_parsed()

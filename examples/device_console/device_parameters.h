@@ -62,7 +62,7 @@ inline QString format_value(uint32_t id, const QVariant& value)
 {
     if (id == id_address || id == id_mask)
         return QStringLiteral("0x") + QString::number(uint(value.toInt()), 16).toUpper();
-    return qz::gui::printable_text(value.toString());
+    return qz::gui::printable_value(value);
 }
 
 } // namespace device_console

@@ -4,6 +4,7 @@
 #include "qzgui/modbus/modbus_module.h"
 
 #include "qzgui/parameter_id.h"
+#include "qzgui/printable_text.h"
 
 #include <module_api/media_exception.h>
 #include <module_api/proto_exception.h>
@@ -146,11 +147,12 @@ void modbus_worker::_set_param(uint32_t id, const QVariant& value)
     const register_entry_t& entry = _entry(id);
     if (entry.read_only)
         refuse(entry, QStringLiteral("read-only"));
-    const std::optional<QVector<uint16_t>> words = entry.encode(value);
+    QString why;
+    const std::optional<QVector<uint16_t>> words = entry.encode(value, &why);
     if (!words)
-        refuse(entry, QStringLiteral("the value %1 does not fit").arg(value.toString()));
+        refuse(entry, QStringLiteral("%1 does not fit: %2").arg(qz::gui::printable_value(value), why));
     _modbus->write(entry.table, entry.address, *words);
-    // The device holds the encoded value: a scaled one may have been rounded.
+    // The device holds the encoded value: a float32 is the float nearest to the value given.
     const QVariant written = entry.decode(*words);
     _cache_parameter_and_emit_signal(id, written, false);
     emit on_set_param(id, written);

@@ -29,7 +29,7 @@ enum value_type_e : int {
     type_uint16 = 2,  ///< one register; a uint
     type_int32 = 3,   ///< two registers, two's complement; an int
     type_uint32 = 4,  ///< two registers; a uint
-    type_float32 = 5, ///< two registers, IEEE 754 single precision; a double
+    type_float32 = 5, ///< two registers, IEEE 754 single precision; a double, the float's shortest decimal
     type_string = 6   ///< a number of registers, two characters each, high byte first; a QString
 };
 
@@ -45,9 +45,11 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
     value_type_e type = type_uint16; ///< the layout
     int size = 1;                    ///< bits or registers taken: 1, 2 for 32-bit types, N for strings
     bool little_word_order = false;  ///< for 32-bit types: the low word comes first
-    std::optional<double> scale;     ///< value = raw × scale, the decimal product as the nearest double
-    bool read_only = false;          ///< writes are refused (always for input and discrete)
-    QVariant initial;                ///< the value a simulated device starts with; may be invalid
+    /// value = raw × scale: the decimal product of the two as written (the raw value of a float32
+    /// as its shortest decimal), read as the nearest double
+    std::optional<double> scale;
+    bool read_only = false; ///< writes are refused (always for input and discrete)
+    QVariant initial;       ///< the value a simulated device starts with; may be invalid
 
     /// @return whether the entry is a bit of a coil or discrete input table
     bool is_bit() const { return table == coil || table == discrete; }
@@ -69,19 +71,27 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
 
     /**
      * Encodes @p value for the device. Numbers of another type are taken when they convert
-     * exactly; a scaled value is divided by the scale and rounded to the nearest raw value.
+     * exactly. A scaled integer value must be a whole number of steps: one between two steps is
+     * refused, never rounded. A float32 value is taken when it rounds to a finite float.
+     * @param why where given, says why a value is refused: the type and the values it holds, or
+     *        the two nearest values a scale holds
      * @return size() words (a bit as 0 or 1), or nothing when the value does not fit the type or
      *         range (a string longer than its registers, a number out of range, a wrong type)
      */
-    std::optional<QVector<uint16_t>> encode(const QVariant& value) const;
+    std::optional<QVector<uint16_t>> encode(const QVariant& value, QString* why = nullptr) const;
 
     /**
-     * Reads a value typed by a person (a command line): true/false/1/0 for bits, decimal or "0x"
-     * hexadecimal integers, numbers in the C locale for float32 and scaled values, any text for
-     * strings.
-     * @return the value, or nothing when the text does not name one that fits
+     * Reads a value typed by a person (a command line, a form): true/false/1/0 for bits, any
+     * text for strings. Every number takes one rule: decimal digits, with a point and an
+     * exponent where wanted ("1.5", "2e3"), a sign + or - in front; an integer without scale also
+     * "0x" and hexadecimal digits. No group separators, blanks, "inf" or "nan". The value must
+     * then fit as encode() says.
+     * @param why where given, says why a text is refused
+     * @return the value as the device will hold it (as decode() gives it back: an int for "1.0"
+     *         of an int16, 21.6 for "21.6" of a float32), or nothing when the text names no
+     *         value that fits
      */
-    std::optional<QVariant> parse(const QString& text) const;
+    std::optional<QVariant> parse(const QString& text, QString* why = nullptr) const;
 };
 
 /**

@@ -14,7 +14,6 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QLocale>
 #include <QThread>
 
 #include <cstdio>
@@ -29,22 +28,6 @@ using qz::tools::print;
 
 // bad_argument() exits with 2, a bad argument, map or value.
 enum exit_e : int { all_done = 0, some_failed = 1, no_connection = 3 };
-
-// Numbers in the C locale; a double in the shortest form that reads back as the same double; a
-// string as one line, its control characters escaped, so that every id is one line of output.
-QString value_text(const QVariant& value)
-{
-    switch (value.userType()) {
-    case QMetaType::Bool:
-        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
-    case QMetaType::Double:
-        return QLocale::c().toString(value.toDouble(), 'g', QLocale::FloatingPointShortest);
-    case QMetaType::QString:
-        return qz::gui::printable_text(value.toString());
-    default:
-        return value.toString();
-    }
-}
 
 // The worker with the settings this run was given on the command line laid over the stored ones.
 class run_worker : public qz::modbus::modbus_worker {
@@ -143,10 +126,12 @@ int main(int argc, char** argv)
         if (equals < 0)
             bad_argument(QStringLiteral("\"%1\" is not ID=VALUE").arg(word));
         const uint32_t id = known_id(word.left(equals));
-        const std::optional<QVariant> value = map.find(id)->parse(word.mid(equals + 1));
+        QString why;
+        const std::optional<QVariant> value = map.find(id)->parse(word.mid(equals + 1), &why);
         if (!value)
-            bad_argument(QStringLiteral("\"%1\" is not a value of %2")
-                             .arg(word.mid(equals + 1), short_parameter_id_text(id)));
+            bad_argument(
+                QStringLiteral("\"%1\" is not a value of %2: %3")
+                    .arg(qz::gui::printable_text(word.mid(equals + 1)), short_parameter_id_text(id), why));
         writes.append({id, *value});
     }
     if (command == QLatin1String("read") && reads.isEmpty())
@@ -175,7 +160,7 @@ int main(int argc, char** argv)
         status = some_failed;
     };
     const auto value = [&](uint32_t id, const QVariant& v) {
-        print(stdout, short_parameter_id_text(id) + QLatin1String(" = ") + value_text(v));
+        print(stdout, short_parameter_id_text(id) + QLatin1String(" = ") + qz::gui::printable_value(v));
     };
     QObject::connect(worker, &worker_t::on_get_param, &app, value);
     QObject::connect(worker, &worker_t::on_set_param, &app, value);
