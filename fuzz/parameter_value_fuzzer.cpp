@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Feeds arbitrary text to register_entry_t::parse(), the reader of values typed on a command line,
 // for every value type, scaled and not, and checks what it takes against the format's own rules:
-// whole numbers are checked digit by digit against a reading written here, and every value taken
-// must be written to the device and read back unchanged.
+// numbers are checked character by character against a reading of the grammar written here, and
+// every value taken must be written to the device and read back unchanged.
 //
 // Input: byte 0 picks the type (bits 0 to 2), the word order (bit 3) and a scale (bit 4); byte 1
 // the scale (bits 0 to 2) and a string's registers (bits 3 to 5, plus 1); the rest is the text,
@@ -12,6 +12,7 @@
 #include <qzgui/modbus/register_map.h>
 
 #include <QCoreApplication>
+#include <QLocale>
 
 #include <cmath>
 #include <limits>
@@ -24,15 +25,51 @@ namespace {
 
 constexpr double scales[] = {0.1, 0.5, -0.25, 1e-5, 1000, 3, 0.001, 1e-9};
 
-// A whole number as ids are written, with an optional "-": its magnitude at most 0xFFFFFFFF,
-// and no "-0".
-std::optional<double> whole_number(const QString& text)
+// The grammar of typed numbers, read here character by character: a sign + or -, then decimal
+// digits with at most one point and at least one digit, then an optional exponent; or, where
+// @p hex, "0x" and hexadecimal digits. @return the number, or nothing for any other text
+std::optional<double> number_of_text(const QString& text, bool hex)
 {
-    const bool negative = text.startsWith(QLatin1Char('-'));
-    const std::optional<uint32_t> magnitude = qz::fuzz::id_of_text(negative ? text.mid(1) : text);
-    if (!magnitude || (negative && *magnitude == 0))
+    int i = 0;
+    const int n = int(text.size());
+    const bool negative = n > 0 && text[0] == QLatin1Char('-');
+    if (n > 0 && (text[0] == QLatin1Char('+') || negative))
+        ++i;
+    if (hex && i + 2 < n + 1 && text.mid(i, 2).compare(QLatin1String("0x"), Qt::CaseInsensitive) == 0) {
+        double magnitude = 0;
+        if (i + 2 == n)
+            return std::nullopt;
+        for (int k = i + 2; k < n; ++k) {
+            const int digit = QStringLiteral("0123456789abcdef").indexOf(text[k].toLower());
+            if (digit < 0 || text[k].unicode() > 127)
+                return std::nullopt;
+            magnitude = magnitude * 16 + digit;
+        }
+        return negative ? -magnitude : magnitude;
+    }
+    int digits = 0, points = 0;
+    const int start = i;
+    for (; i < n && (text[i].isDigit() || text[i] == QLatin1Char('.')) && text[i].unicode() < 128; ++i)
+        (text[i] == QLatin1Char('.') ? points : digits)++;
+    if (digits == 0 || points > 1)
         return std::nullopt;
-    return negative ? -double(*magnitude) : double(*magnitude);
+    if (i < n && (text[i] == QLatin1Char('e') || text[i] == QLatin1Char('E'))) {
+        ++i;
+        if (i < n && (text[i] == QLatin1Char('+') || text[i] == QLatin1Char('-')))
+            ++i;
+        const int exponent_start = i;
+        while (i < n && text[i].isDigit() && text[i].unicode() < 128)
+            ++i;
+        if (i == exponent_start)
+            return std::nullopt;
+    }
+    if (i != n)
+        return std::nullopt;
+    bool ok = false;
+    const double magnitude = QLocale::c().toDouble(text.mid(start), &ok);
+    if (!ok)
+        return std::numeric_limits<double>::infinity(); // too large for a double
+    return negative ? -magnitude : magnitude;
 }
 
 std::pair<double, double> range_of(value_type_e type)
@@ -82,9 +119,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                       && value->toBool() == (text == QLatin1String("true") || text == QLatin1String("1")),
                   "a bit reads as it is named", text);
     } else if (e.type != type_string && e.type != type_float32 && !e.scale) {
-        const std::optional<double> number = whole_number(text);
+        const std::optional<double> number = number_of_text(text, true);
         const auto [low, high] = range_of(e.type);
-        const bool fits = number && *number >= low && *number <= high;
+        const bool fits = number && std::floor(*number) == *number && *number >= low && *number <= high;
         check(bool(value) == fits, "a whole number is taken exactly when it fits", text);
         if (value) {
             const bool is_signed = e.type == type_int16 || e.type == type_int32;
@@ -93,9 +130,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                   "a whole number keeps its value", text);
         }
     } else if (value && e.type != type_string) {
-        bool ok = false;
-        QLocale::c().toDouble(text, &ok);
-        check(ok && value->userType() == QMetaType::Double, "a real number is a C-locale number", text);
+        check(number_of_text(text, false) && value->userType() == QMetaType::Double,
+              "a real number is written in decimal digits", text);
     }
     if (!value)
         return 0;
@@ -113,10 +149,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             stored.chop(1);
         check(read.toString() == stored, "a text reads back as typed, trailing zeros aside", text);
     } else if (e.type == type_float32 && !e.scale) {
-        const double expected = double(float(value->toDouble()));
-        check(qz::fuzz::same_value(read, QVariant(expected))
-                  || (std::isnan(expected) && std::isnan(read.toDouble())),
-              "a float32 reads back as the float nearest the value", text);
+        // Past the largest float, but within half a step, a value rounds to the largest.
+        const double number = *number_of_text(text, false);
+        const float largest = std::numeric_limits<float>::max();
+        const float typed = std::fabs(number) <= double(largest) ? float(number)
+            : number > 0                                         ? largest
+                                                                 : -largest;
+        check(float(read.toDouble()) == typed && qz::fuzz::same_value(read, *value),
+              "a float32 reads back as the float nearest the typed value", text);
     } else if (!e.scale) {
         check(qz::fuzz::same_value(read, *value), "a whole number reads back unchanged", text);
     }

@@ -224,7 +224,7 @@ private slots:
     {
         QTemporaryDir dir;
         const QString map = dir.filePath(QStringLiteral("bad.json"));
-        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [{"id": 1, "table": "desk"}]})"));
+        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [{"id": 1, "table": "desk", "address": 0, "type": "uint16"}]})"));
         const run_t run = _qzparam({"--device", _device.address(), "--map", map, "read"});
         QCOMPARE(run.status, 2);
         QCOMPARE(run.err,

@@ -104,6 +104,22 @@ private slots:
         QTest::newRow("other version") << QByteArray("{\"version\": 2, \"parameters\": []}")
                                        << "version 2 cannot be read; this library reads version 1";
         QTest::newRow("no list") << QByteArray("{\"version\": 1}") << "\"parameters\" is not a list";
+        // A key the format does not know is an error, with the nearest known key where one is close.
+        QTest::newRow("unknown top key") << QByteArray("{\"version\": 1, \"paramaters\": []}")
+                                         << "\"paramaters\" is not a key of a register map (did you mean "
+                                            "\"parameters\"?)";
+        QTest::newRow("word order misspelt")
+            << one(R"("table": "holding", "address": 0, "type": "float32", "word_ordre": "little")")
+            << "parameter 1 (id 0x0010): \"word_ordre\" is not a key of a parameter (did you mean \"word_order\"?)";
+        QTest::newRow("readonly")
+            << one(R"("table": "holding", "address": 0, "type": "uint16", "readonly": true)")
+            << "parameter 1 (id 0x0010): \"readonly\" is not a key of a parameter (did you mean \"read_only\"?)";
+        QTest::newRow("unknown key") << one(R"("table": "holding", "address": 0, "type": "uint16", "colour": 1)")
+                                     << "parameter 1 (id 0x0010): \"colour\" is not a key of a parameter";
+        QTest::newRow("no address") << one(R"("table": "holding", "type": "uint16")")
+                                    << "parameter 1 (id 0x0010): \"address\" is missing";
+        QTest::newRow("no id") << map_text(R"({"table": "holding", "address": 0, "type": "uint16"})")
+                               << "parameter 1: \"id\" is missing";
         QTest::newRow("bad id") << map_text(
             R"({"id": "0x1g", "table": "coil", "address": 0, "type": "bool"})")
                                 << "parameter 1: \"id\" is not a 32-bit unsigned id";

@@ -4,6 +4,7 @@
 
 #include "qzgui/json_place.h"
 #include "qzgui/parameter_id.h"
+#include "qzgui/printable_text.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,6 +27,53 @@ constexpr int map_version = 1;
 constexpr int max_string_registers = 123;
 constexpr qint64 max_file_size = 16 * 1024 * 1024; // 65,536 registers of four tables fit many times
 constexpr int max_address = 65535;
+
+const char* const top_keys[] = {"version", "parameters"};
+const char* const parameter_keys[] = {"id",       "name",       "table", "address",   "type",
+                                      "registers", "word_order", "scale", "read_only", "initial"};
+const char* const required_keys[] = {"id", "table", "address", "type"};
+
+// Edits (insert, delete, replace, swap two neighbours) between @p a and @p b.
+int edits(const QString& a, const QString& b)
+{
+    const int n = int(a.size()), m = int(b.size());
+    QVector<QVector<int>> d(n + 1, QVector<int>(m + 1));
+    for (int i = 0; i <= n; ++i)
+        d[i][0] = i;
+    for (int j = 0; j <= m; ++j)
+        d[0][j] = j;
+    for (int i = 1; i <= n; ++i)
+        for (int j = 1; j <= m; ++j) {
+            d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
+        }
+    return d[n][m];
+}
+
+// A key the format does not know is an error, never ignored: "word_ordre" would otherwise read
+// every float in the wrong word order. @return the fault of the first unknown key, or nothing
+template <std::size_t N>
+QString unknown_key(const QJsonObject& object, const char* const (&known)[N], const char* what)
+{
+    for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
+        const QString key = it.key();
+        if (std::any_of(std::begin(known), std::end(known), [&](const char* k) { return key == QLatin1String(k); }))
+            continue;
+        QString nearest;
+        int fewest = 3; // more edits than two make another word
+        for (const char* k : known)
+            if (const int e = edits(key.toLower(), QLatin1String(k)); e < fewest) {
+                fewest = e;
+                nearest = QLatin1String(k);
+            }
+        QString fault = QStringLiteral("\"%1\" is not a key of %2").arg(qz::gui::printable_text(key), QLatin1String(what));
+        if (!nearest.isEmpty())
+            fault += QStringLiteral(" (did you mean \"%1\"?)").arg(nearest);
+        return fault;
+    }
+    return {};
+}
 
 template <std::size_t N>
 int index_of(const char* const (&names)[N], const QString& name)
@@ -78,6 +126,8 @@ struct loader {
             fail(QStringLiteral("version %1 cannot be read; this library reads version %2")
                      .arg(version.toDouble())
                      .arg(map_version));
+        if (const QString fault = unknown_key(top, top_keys, "a register map"); !fault.isEmpty())
+            fail(fault);
         if (!top.value(QLatin1String("parameters")).isArray())
             fail(QStringLiteral("\"parameters\" is not a list"));
         return top.value(QLatin1String("parameters")).toArray();
@@ -90,10 +140,19 @@ struct loader {
         if (!item.isObject())
             fault(QStringLiteral("not an object"));
         const QJsonObject o = item.toObject();
-        id = qz::gui::parse_parameter_id(o.value(QLatin1String("id")).toVariant());
-        if (!id)
-            fault(QStringLiteral(
-                "\"id\" is not a 32-bit unsigned id in decimal or with \"0x\" in hexadecimal"));
+        // The id first, so that every later fault names it.
+        for (const char* key : required_keys) {
+            if (!o.contains(QLatin1String(key)))
+                fault(QStringLiteral("\"%1\" is missing").arg(QLatin1String(key)));
+            if (!id) {
+                id = qz::gui::parse_parameter_id(o.value(QLatin1String("id")).toVariant());
+                if (!id)
+                    fault(QStringLiteral(
+                        "\"id\" is not a 32-bit unsigned id in decimal or with \"0x\" in hexadecimal"));
+            }
+        }
+        if (const QString unknown = unknown_key(o, parameter_keys, "a parameter"); !unknown.isEmpty())
+            fault(unknown);
 
         register_entry_t e;
         e.id = *id;
