@@ -303,7 +303,7 @@ private slots:
         QCOMPARE(taken.get_type(), media_exception::not_open);
         QCOMPARE(QString::fromUtf8(taken.what()),
                  tcp()
-                     + QStringLiteral(" unit 1: holding 20 to 21: nothing on its way (the connection was "
+                     + QStringLiteral(" unit 1, holding 20 to 21: nothing on its way (the connection was "
                                       "closed, or the reply was taken)"));
         auto moved_from = module.send_read(coil, 5, 1);
         auto moved = std::move(moved_from);
@@ -429,7 +429,7 @@ private slots:
         const auto read = thrown<proto_exception>([&] { module.read(holding, 50, 2); });
         QCOMPARE(int(read.get_type()), kind);
         QCOMPARE(QString::fromUtf8(read.what()),
-                 tcp("?unit=1") + QStringLiteral(" unit 1: holding 50 to 51: Modbus exception ") + name);
+                 tcp("?unit=1") + QStringLiteral(" unit 1, holding 50 to 51: Modbus exception ") + name);
         const auto written = thrown<proto_exception>([&] { module.write(holding, 50, {7}); });
         QCOMPARE(int(written.get_type()), kind);
         _server.set_exceptions({});

@@ -179,7 +179,7 @@ private slots:
                          "get 4102 = 6"}));
         // The messages name the place, the code and Qt's text.
         QVERIFY2(
-            lines.filter(QStringLiteral(": holding 3 to 3: Modbus exception 0x04 (server device failure)"))
+            lines.filter(QStringLiteral(", holding 3 to 3: Modbus exception 0x04 (server device failure)"))
                     .size()
                 == 1,
             qPrintable(lines.join(QLatin1Char('\n'))));

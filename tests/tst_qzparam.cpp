@@ -83,7 +83,8 @@ private slots:
         _map = _dir.filePath(QStringLiteral("map.json"));
         QVERIFY(qz::test::write_text(_map, map_text));
         QVERIFY(_device.start(_map, QStringLiteral("tcp://127.0.0.1:0"),
-                              {"--exception", "holding:20=4", "--silent", "holding:21"}));
+                              {"--exception", "holding:20=4", "--silent", "holding:21", "--exception",
+                               "holding:22=2", "--exception", "holding:23=6"}));
     }
 
     void reads_every_id_of_the_map()
@@ -137,17 +138,27 @@ private slots:
         QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [
             {"id": 1, "table": "holding", "address": 0, "type": "uint16"},
             {"id": 2, "table": "holding", "address": 20, "type": "uint16"},
-            {"id": 3, "table": "input", "address": 0, "type": "int16"}]})"));
+            {"id": 3, "table": "input", "address": 0, "type": "int16"},
+            {"id": 4, "table": "holding", "address": 22, "type": "uint16"},
+            {"id": 5, "table": "holding", "address": 23, "type": "uint16"}]})"));
         const QStringList device{QStringLiteral("--device"), _device.address(), QStringLiteral("--map"), map};
         run_t run = _qzparam(device + QStringList{"read", "2", "1"});
         QCOMPARE(run.out, QStringList{"0x0001 = 12"});
-        QCOMPARE(run.err, QStringList{"0x0002: general error"});
+        // The catalogue's text first, then what the device said, without --verbose.
+        QCOMPARE(run.err,
+                 QStringList{"0x0002: general error: Modbus exception 0x04 (server device failure)"});
         QCOMPARE(run.status, 1);
-        run = _qzparam(device + QStringList{"write", "3=1", "1=12"});
+        run = _qzparam(device + QStringList{"write", "3=1", "1=12", "4=1"});
         QCOMPARE(run.out, QStringList{"0x0001 = 12"});
-        QCOMPARE(run.err, QStringList{"0x0003: parameter error"});
+        QCOMPARE(run.err,
+                 QStringList({"0x0003: parameter error: read-only",
+                              "0x0004: parameter error: Modbus exception 0x02 (illegal data address)"}));
         QCOMPARE(run.status, 1);
-        // --verbose adds the details.
+        run = _qzparam(device + QStringList{"read", "5"});
+        QCOMPARE(run.err,
+                 QStringList{"0x0005: another command is in progress: Modbus exception 0x06 (server "
+                             "device busy)"});
+        // --verbose shows the whole message.
         run = _qzparam(device + QStringList{"--verbose", "read", "2"});
         QCOMPARE(run.err.size(), 1);
         QVERIFY2(run.err.first().startsWith(QLatin1String("0x0002: general error: "))
@@ -224,7 +235,9 @@ private slots:
     {
         QTemporaryDir dir;
         const QString map = dir.filePath(QStringLiteral("bad.json"));
-        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [{"id": 1, "table": "desk", "address": 0, "type": "uint16"}]})"));
+        QVERIFY(qz::test::write_text(
+            map,
+            R"({"version": 1, "parameters": [{"id": 1, "table": "desk", "address": 0, "type": "uint16"}]})"));
         const run_t run = _qzparam({"--device", _device.address(), "--map", map, "read"});
         QCOMPARE(run.status, 2);
         QCOMPARE(run.err,
@@ -242,9 +255,11 @@ private slots:
         const run_t run = _qzparam({"--device", address, "--map", _map, "read"});
         QCOMPARE(run.status, 3);
         QCOMPARE(run.out, QStringList());
-        QCOMPARE(run.err,
-                 QStringList{
-                     QStringLiteral("qzparam: %1: please check com port and device address").arg(address)});
+        QCOMPARE(run.err.size(), 1);
+        QVERIFY2(run.err.first().startsWith(
+                     QStringLiteral("qzparam: %1: please check com port and device address: no connection (")
+                         .arg(address)),
+                 qPrintable(run.err.first()));
     }
 
     void timeout_and_repeats_apply_to_the_run()
@@ -257,7 +272,7 @@ private slots:
         const run_t run = _qzparam(
             {"--device", _device.address(), "--map", map, "--timeout", "200", "--repeats", "2", "read"});
         QCOMPARE(run.status, 1);
-        QCOMPARE(run.err, QStringList{"0x0007: error while reading data"});
+        QCOMPARE(run.err, QStringList{"0x0007: error while reading data: no answer within 200 ms, 3 times"});
         // The first request and two repeats, none answered.
         QCOMPARE(_device.requests().mid(before),
                  QStringList({"unit 1: read holding 21 to 21: no answer",
@@ -297,6 +312,27 @@ private slots:
         QByteArray rest;
         QCOMPARE(device.terminate(&rest), 0);
         QCOMPARE(rest, QByteArray("stopped\n"));
+    }
+
+    void help_shows_the_default_time_outs_and_repeats()
+    {
+        const run_t run = _qzparam({"--help"});
+        QCOMPARE(run.status, 0);
+        const QString text = run.out.join(QLatin1Char(' ')).simplified();
+        QVERIFY2(text.contains(QLatin1String("4000 ms to connect, 800 ms per read, 1000 ms per write")),
+                 qPrintable(text));
+        QVERIFY2(text.contains(QLatin1String("4 for reads, 2 for writes")), qPrintable(text));
+    }
+
+    void localhost_serves_and_reaches_the_device()
+    {
+        device_process device;
+        QVERIFY(device.start(_map, QStringLiteral("tcp://localhost:0")));
+        QVERIFY2(device.address().startsWith(QLatin1String("tcp://localhost:")),
+                 qPrintable(device.address()));
+        const run_t run = _qzparam({"--device", device.address(), "--map", _map, "read", "0x10"});
+        QCOMPARE(run.err, QStringList());
+        QCOMPARE(run.out, QStringList{"0x0010 = 12"});
     }
 
     void the_device_refuses_bad_arguments_data()

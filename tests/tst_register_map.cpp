@@ -110,11 +110,14 @@ private slots:
                                             "\"parameters\"?)";
         QTest::newRow("word order misspelt")
             << one(R"("table": "holding", "address": 0, "type": "float32", "word_ordre": "little")")
-            << "parameter 1 (id 0x0010): \"word_ordre\" is not a key of a parameter (did you mean \"word_order\"?)";
-        QTest::newRow("readonly")
-            << one(R"("table": "holding", "address": 0, "type": "uint16", "readonly": true)")
-            << "parameter 1 (id 0x0010): \"readonly\" is not a key of a parameter (did you mean \"read_only\"?)";
-        QTest::newRow("unknown key") << one(R"("table": "holding", "address": 0, "type": "uint16", "colour": 1)")
+            << "parameter 1 (id 0x0010): \"word_ordre\" is not a key of a parameter (did you mean "
+               "\"word_order\"?)";
+        QTest::newRow("readonly") << one(
+            R"("table": "holding", "address": 0, "type": "uint16", "readonly": true)")
+                                  << "parameter 1 (id 0x0010): \"readonly\" is not a key of a parameter (did "
+                                     "you mean \"read_only\"?)";
+        QTest::newRow("unknown key") << one(
+            R"("table": "holding", "address": 0, "type": "uint16", "colour": 1)")
                                      << "parameter 1 (id 0x0010): \"colour\" is not a key of a parameter";
         QTest::newRow("no address") << one(R"("table": "holding", "type": "uint16")")
                                     << "parameter 1 (id 0x0010): \"address\" is missing";
@@ -356,6 +359,8 @@ private slots:
         QTest::newRow("float32 inf") << int(type_float32) << "inf" << QVariant();
         QTest::newRow("float32 nan") << int(type_float32) << "nan" << QVariant();
         QTest::newRow("float32 blank") << int(type_float32) << "1 " << QVariant();
+        QTest::newRow("int line feed") << int(type_int16) << "0x96\n" << QVariant();
+        QTest::newRow("float32 line feed") << int(type_float32) << "1.5\n" << QVariant();
         QTest::newRow("string") << int(type_string) << "pump" << QVariant(QStringLiteral("pump"));
         QTest::newRow("string too long") << int(type_string) << "pump 1" << QVariant();
     }

@@ -147,10 +147,11 @@ struct modbus_module::private_t {
     // Last: ended, with nothing more running in it, before the members above go.
     std::shared_ptr<io_thread> io = std::make_shared<io_thread>();
 
-    // "tcp://127.0.0.1:1502 unit 1: holding 10 to 19"
+    // "tcp://127.0.0.1:1502 unit 1, holding 10 to 19": a message is "PLACE: DETAIL", and the place
+    // holds no ": " of its own, so that a tool can show the detail alone.
     QString where(table_e table, uint16_t start, int count) const
     {
-        return QStringLiteral("%1 unit %2: %3 %4 to %5")
+        return QStringLiteral("%1 unit %2, %3 %4 to %5")
             .arg(text)
             .arg(address.unit)
             .arg(QLatin1String(table_name(table)))

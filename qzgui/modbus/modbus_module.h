@@ -41,14 +41,14 @@ class io_thread;
  * have the request's function code and exactly the byte count the request needs, and a write's
  * echo must match what was written.
  *
- * Failures throw the module interface's exceptions, with the address, the Modbus exception code
- * and its name in the message: no connection, a refused connection, no such serial port or a
- * connection lost → media_exception::no_device (for the rest of the operation, once lost); no
- * answer in time → media_exception::read_failed (read) or write_failed (write); only replies with
- * a wrong checksum → proto_exception::crc_error; a Modbus exception response →
- * proto_exception::response_error (illegal function), parameter_error (illegal data address or
- * value), busy (server busy) or general_error (others); a reply that does not fit the request →
- * invalid_result.
+ * Failures throw the module interface's exceptions. Their message is "PLACE: DETAIL", the place
+ * ("tcp://127.0.0.1:1502 unit 1, holding 10 to 19") holding no ": ", the detail what happened
+ * ("Modbus exception 0x02 (illegal data address)"): no connection, a refused connection, no such serial port
+ * or a connection lost → media_exception::no_device (for the rest of the operation, once lost); no answer in
+ * time → media_exception::read_failed (read) or write_failed (write); only replies with a wrong checksum →
+ * proto_exception::crc_error; a Modbus exception response → proto_exception::response_error (illegal
+ * function), parameter_error (illegal data address or value), busy (server busy) or general_error (others); a
+ * reply that does not fit the request → invalid_result.
  * @see modbus_worker, register_map
  */
 class QZGUI_MODBUS_EXPORT modbus_module : public qz::api::proto::qz_module {

@@ -67,7 +67,7 @@ std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool
     const QString name = entry.name.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(entry.name);
     throw proto_exception(proto_exception::parameter_error,
                           QStringLiteral("parameter %1%2: %3")
-                              .arg(qz::gui::parameter_id_text(entry.id), name, fault)
+                              .arg(qz::gui::short_parameter_id_text(entry.id), name, fault)
                               .toStdString());
 }
 
@@ -127,7 +127,7 @@ const register_entry_t& modbus_worker::_entry(uint32_t id) const
     if (!entry)
         throw proto_exception(proto_exception::parameter_error,
                               QStringLiteral("parameter %1: not in the register map")
-                                  .arg(qz::gui::parameter_id_text(id))
+                                  .arg(qz::gui::short_parameter_id_text(id))
                                   .toStdString());
     return *entry;
 }

@@ -153,7 +153,9 @@ const double float_limit = double(float_max) + std::ldexp(1.0, 103);
 const QString& number_pattern()
 {
     // Decimal digits with a point and an exponent where wanted; a sign in front, + or -.
-    static const QString pattern = QStringLiteral("^[+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eE][+-]?[0-9]+)?$");
+    // \A and \z: "$" would also match before a last line feed.
+    static const QString pattern =
+        QStringLiteral("\\A[+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eE][+-]?[0-9]+)?\\z");
     return pattern;
 }
 
@@ -235,9 +237,10 @@ std::optional<QVector<uint16_t>> register_entry_t::encode(const QVariant& value,
     if (type == type_float32) {
         const double raw = number ? (scale ? *number / *scale : *number) : 0;
         if (!number || !std::isfinite(raw) || std::fabs(raw) >= float_limit)
-            return refuse(scale ? QStringLiteral("a float32 with scale %1 holds finite values up to %2 in size")
-                                      .arg(number_text(*scale), number_text(float_value(float_max) * std::fabs(*scale)))
-                                : QStringLiteral("a float32 holds finite values up to 3.4028235e+38 in size"));
+            return refuse(
+                scale ? QStringLiteral("a float32 with scale %1 holds finite values up to %2 in size")
+                            .arg(number_text(*scale), number_text(float_value(float_max) * std::fabs(*scale)))
+                      : QStringLiteral("a float32 holds finite values up to 3.4028235e+38 in size"));
         // Between the largest float and half a step above it, a value rounds to the largest.
         const float f = std::fabs(raw) <= double(float_max) ? float(raw) : raw > 0 ? float_max : -float_max;
         std::memcpy(&bits, &f, sizeof bits);
@@ -254,7 +257,8 @@ std::optional<QVector<uint16_t>> register_entry_t::encode(const QVariant& value,
             const double first = scaled(whole(low), *scale), last = scaled(whole(high), *scale);
             if (!number || !std::isfinite(raw) || raw < low || raw > high)
                 return refuse(QStringLiteral("%1 with scale %2 holds values from %3 to %4")
-                                  .arg(QLatin1String(type_names[type]), number_text(*scale), number_text(std::min(first, last)),
+                                  .arg(QLatin1String(type_names[type]), number_text(*scale),
+                                       number_text(std::min(first, last)),
                                        number_text(std::max(first, last))));
             // A value between two steps is refused rather than rounded behind the user's back.
             if (scaled(whole(raw), *scale) != *number) {
@@ -263,8 +267,9 @@ std::optional<QVector<uint16_t>> register_entry_t::encode(const QVariant& value,
                 double a = scaled(whole(below), *scale), b = scaled(whole(above), *scale);
                 if (a > b)
                     std::swap(a, b);
-                return refuse(QStringLiteral("scale %1 holds %2 and %3 nearest, not %4")
-                                  .arg(number_text(*scale), number_text(a), number_text(b), number_text(*number)));
+                return refuse(
+                    QStringLiteral("scale %1 holds %2 and %3 nearest, not %4")
+                        .arg(number_text(*scale), number_text(a), number_text(b), number_text(*number)));
             }
             bits = raw < 0 ? uint32_t(int64_t(raw)) : uint32_t(raw);
         }
@@ -297,7 +302,7 @@ std::optional<QVariant> register_entry_t::parse(const QString& text, QString* wh
         // (+ or -); integers without scale also as "0x" and hexadecimal digits. No group
         // separators, no blanks, no "inf" or "nan".
         static const QRegularExpression decimal(number_pattern());
-        static const QRegularExpression hexadecimal(QStringLiteral("^[+-]?0[xX][0-9a-fA-F]+$"));
+        static const QRegularExpression hexadecimal(QStringLiteral("\\A[+-]?0[xX][0-9a-fA-F]+\\z"));
         const bool hex_allowed = !scale && type != type_float32;
         const QString digits = text.startsWith(QLatin1Char('+')) ? text.mid(1) : text;
         double number = 0;
@@ -305,7 +310,8 @@ std::optional<QVariant> register_entry_t::parse(const QString& text, QString* wh
             const bool negative = digits.startsWith(QLatin1Char('-'));
             bool ok = false;
             const qulonglong magnitude = digits.mid(negative ? 3 : 2).toULongLong(&ok, 16);
-            number = ok && magnitude <= 0xFFFFFFFFu ? double(magnitude) : std::numeric_limits<double>::infinity();
+            number =
+                ok && magnitude <= 0xFFFFFFFFu ? double(magnitude) : std::numeric_limits<double>::infinity();
             number = negative ? -number : number;
         } else if (decimal.match(text).hasMatch()) {
             const QByteArray latin = digits.toLatin1();
@@ -313,10 +319,11 @@ std::optional<QVariant> register_entry_t::parse(const QString& text, QString* wh
             if (result.ec != std::errc())
                 number = std::numeric_limits<double>::infinity();
         } else {
-            return refuse(hex_allowed ? QStringLiteral("not a number: decimal digits (with a point or an exponent "
-                                                       "where wanted) or 0x and hexadecimal digits, no separators")
-                                      : QStringLiteral("not a number: decimal digits, with a point or an exponent "
-                                                       "where wanted, no separators"));
+            return refuse(hex_allowed
+                              ? QStringLiteral("not a number: decimal digits (with a point or an exponent "
+                                               "where wanted) or 0x and hexadecimal digits, no separators")
+                              : QStringLiteral("not a number: decimal digits, with a point or an exponent "
+                                               "where wanted, no separators"));
         }
         value = number;
     }

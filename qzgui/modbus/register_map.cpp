@@ -29,7 +29,7 @@ constexpr qint64 max_file_size = 16 * 1024 * 1024; // 65,536 registers of four t
 constexpr int max_address = 65535;
 
 const char* const top_keys[] = {"version", "parameters"};
-const char* const parameter_keys[] = {"id",       "name",       "table", "address",   "type",
+const char* const parameter_keys[] = {"id",        "name",       "table", "address",   "type",
                                       "registers", "word_order", "scale", "read_only", "initial"};
 const char* const required_keys[] = {"id", "table", "address", "type"};
 
@@ -58,7 +58,8 @@ QString unknown_key(const QJsonObject& object, const char* const (&known)[N], co
 {
     for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
         const QString key = it.key();
-        if (std::any_of(std::begin(known), std::end(known), [&](const char* k) { return key == QLatin1String(k); }))
+        if (std::any_of(std::begin(known), std::end(known),
+                        [&](const char* k) { return key == QLatin1String(k); }))
             continue;
         QString nearest;
         int fewest = 3; // more edits than two make another word
@@ -67,7 +68,8 @@ QString unknown_key(const QJsonObject& object, const char* const (&known)[N], co
                 fewest = e;
                 nearest = QLatin1String(k);
             }
-        QString fault = QStringLiteral("\"%1\" is not a key of %2").arg(qz::gui::printable_text(key), QLatin1String(what));
+        QString fault = QStringLiteral("\"%1\" is not a key of %2")
+                            .arg(qz::gui::printable_text(key), QLatin1String(what));
         if (!nearest.isEmpty())
             fault += QStringLiteral(" (did you mean \"%1\"?)").arg(nearest);
         return fault;

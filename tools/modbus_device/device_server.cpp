@@ -54,9 +54,12 @@ QString device_server::listen(const qz::modbus::address_t& address)
     _unit = address.unit;
     if (address.tcp) {
         _tcp = new QTcpServer(this);
+        // "localhost" as clients take it; otherwise an IP address, never a name to look up.
         QHostAddress host;
-        if (!host.setAddress(address.host))
-            return QStringLiteral("%1 is not an IP address").arg(address.host);
+        if (address.host == QLatin1String("localhost"))
+            host = QHostAddress::LocalHost;
+        else if (!host.setAddress(address.host))
+            return QStringLiteral("%1 is neither localhost nor an IP address").arg(address.host);
         if (!_tcp->listen(host, quint16(address.port)))
             return _tcp->errorString();
         _where = QStringLiteral("tcp://%1:%2?unit=%3")

@@ -11,6 +11,7 @@
 #include <qzgui/modbus/register_map.h>
 #include <qzgui/printable_text.h>
 #include <qzgui/resource_manager.h>
+#include <qzgui/settings_keys.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -48,6 +49,14 @@ protected:
     }
 };
 
+// A failure's message is "PLACE: DETAIL" (the module's and the worker's alike): the detail, or
+// nothing where the message names no place ("stopped" says no more than the catalogue).
+QString failure_detail(const QString& message)
+{
+    const int colon = message.indexOf(QLatin1String(": "));
+    return colon < 0 ? QString() : message.mid(colon + 2);
+}
+
 int whole_number(const QString& option, const QString& text, int low, int high)
 {
     bool ok = false;
@@ -80,12 +89,22 @@ int main(int argc, char** argv)
         QStringLiteral("address"));
     const QCommandLineOption map_option(QStringLiteral("map"), QStringLiteral("The register map."),
                                         QStringLiteral("file"));
+    namespace cs = qz::gui::command_settings;
     const QCommandLineOption timeout(
-        QStringLiteral("timeout"), QStringLiteral("Time-out of connecting, reads and writes, for this run."),
+        QStringLiteral("timeout"),
+        QStringLiteral("Time-out of connecting, reads and writes, for this run (default: the settings; "
+                       "unchanged, %1 ms to connect, %2 ms per read, %3 ms per write).")
+            .arg(cs::timeout_l.default_value)
+            .arg(cs::timeout_s.default_value)
+            .arg(cs::timeout_m.default_value),
         QStringLiteral("ms"));
-    const QCommandLineOption repeats(QStringLiteral("repeats"),
-                                     QStringLiteral("Repeats of reads and writes, for this run."),
-                                     QStringLiteral("n"));
+    const QCommandLineOption repeats(
+        QStringLiteral("repeats"),
+        QStringLiteral("Repeats of reads and writes, for this run (default: the settings; unchanged, %1 for "
+                       "reads, %2 for writes).")
+            .arg(cs::repeats_s.default_value)
+            .arg(cs::repeats_m.default_value),
+        QStringLiteral("n"));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Add the details to each failure."));
     parser.addOptions({device, map_option, timeout, repeats, verbose});
@@ -153,10 +172,16 @@ int main(int argc, char** argv)
     int status = all_done;
     bool connected = false;
     bool stopped = false;
+    // The catalogue's text, and what the device or the worker said: a Modbus exception's code and
+    // name, "read-only". --verbose shows the whole message instead.
+    const auto failure_text = [&](const qz::gui::error_descriptor& err) {
+        QString text = texts.get_error_descriptor_string(err);
+        if (const QString detail = failure_detail(err.message); !parser.isSet(verbose) && !detail.isEmpty())
+            text += QLatin1String(": ") + detail;
+        return qz::gui::printable_text(text);
+    };
     const auto failed = [&](uint32_t id, const qz::gui::error_descriptor& err) {
-        print(stderr,
-              QStringLiteral("%1: %2").arg(short_parameter_id_text(id),
-                                           texts.get_error_descriptor_string(err)));
+        print(stderr, QStringLiteral("%1: %2").arg(short_parameter_id_text(id), failure_text(err)));
         status = some_failed;
     };
     const auto value = [&](uint32_t id, const QVariant& v) {
@@ -172,13 +197,12 @@ int main(int argc, char** argv)
     QObject::connect(worker, &worker_t::on_connection_error, &app, [&](const qz::gui::error_descriptor& err) {
         print(stderr,
               QStringLiteral("qzparam: %1: %2")
-                  .arg(parser.value(device), texts.get_error_descriptor_string(err)));
+                  .arg(qz::gui::printable_text(parser.value(device)), failure_text(err)));
         status = connected ? some_failed : no_connection;
     });
     QObject::connect(worker, &worker_t::on_operation_error, &app,
                      [&](worker_t::operation_type_e, const qz::gui::error_descriptor& err) {
-                         print(stderr,
-                               QStringLiteral("qzparam: %1").arg(texts.get_error_descriptor_string(err)));
+                         print(stderr, QStringLiteral("qzparam: %1").arg(failure_text(err)));
                          status = some_failed;
                      });
     QObject::connect(worker, &worker_t::on_operation_control, &app,
