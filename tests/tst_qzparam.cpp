@@ -314,6 +314,51 @@ private slots:
         QCOMPARE(rest, QByteArray("stopped\n"));
     }
 
+    void the_device_combines_its_fault_rules_in_command_line_order()
+    {
+        // Both delays, then the first of the exception and the silence as given.
+        device_process device;
+        QVERIFY(
+            device.start(_map, QStringLiteral("tcp://127.0.0.1:0"),
+                         {"--delay", "holding:0=100", "--exception", "holding:0=3", "--silent", "holding:0",
+                          "--delay", "holding:0=50", "--silent", "coil:0", "--exception", "coil:0=4"}));
+        QCOMPARE(
+            _qzparam({"--device", device.address(), "--map", _map, "--timeout", "2000", "read", "0x10"}).err,
+            QStringList{"0x0010: parameter error: Modbus exception 0x03 (illegal data value)"});
+        QCOMPARE(_qzparam({"--device", device.address(), "--map", _map, "--timeout", "300", "--repeats", "0",
+                           "read", "0x13"})
+                     .status,
+                 1);
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 1: read holding 0 to 0: exception 0x03 after 150 ms",
+                              "unit 1: read coil 0 to 0: no answer"}));
+    }
+
+    void a_short_bit_reply_is_an_error_not_false()
+    {
+        // Nine coils take two bytes; the garbled reply has one. No coil reads as false.
+        QTemporaryDir dir;
+        const QString map = dir.filePath(QStringLiteral("coils.json"));
+        QByteArray text = "{\"version\": 1, \"parameters\": [";
+        for (int i = 0; i < 9; ++i)
+            text += QStringLiteral("%1{\"id\": %2, \"table\": \"coil\", \"address\": %3, \"type\": \"bool\", "
+                                   "\"initial\": true}")
+                        .arg(i ? QStringLiteral(",") : QString())
+                        .arg(0x20 + i)
+                        .arg(i)
+                        .toUtf8();
+        QVERIFY(qz::test::write_text(map, text + "]}"));
+        device_process device;
+        QVERIFY(device.start(map, QStringLiteral("tcp://127.0.0.1:0"), {"--garble", "coil:8"}));
+        const run_t run = _qzparam({"--device", device.address(), "--map", map, "read"});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QStringList());
+        QCOMPARE(run.err.size(), 9);
+        QCOMPARE(run.err.last(),
+                 QStringLiteral("0x0028: invalid result value in response: the reply does not fit "
+                                "the request (1 bytes of values where 9 values take 2)"));
+    }
+
     void help_shows_the_default_time_outs_and_repeats()
     {
         const run_t run = _qzparam({"--help"});

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "device_store.h"
 
+#include <algorithm>
+
 #include <QRegularExpression>
 
 namespace qz::tools {
@@ -60,7 +62,7 @@ QString device_store::add_fault(fault_e kind, const QString& text)
 {
     const bool valued = kind == fault_exception || kind == fault_delay;
     static const QRegularExpression form(
-        QStringLiteral("^(coil|discrete|input|holding):([0-9]{1,5})(?:=([0-9]{1,9}))?$"));
+        QStringLiteral("\\A(coil|discrete|input|holding):([0-9]{1,5})(?:=([0-9]{1,9}))?\\z"));
     const QRegularExpressionMatch m = form.match(text);
     const int address = m.hasMatch() ? m.captured(2).toInt() : -1;
     const int value = m.captured(3).isEmpty() ? -1 : m.captured(3).toInt();
@@ -76,12 +78,20 @@ QString device_store::add_fault(fault_e kind, const QString& text)
     return {};
 }
 
-const device_store::rule_t* device_store::_rule(int table, int start, int count) const
+device_store::effect_t device_store::_effect(int table, int start, int count) const
 {
-    for (const rule_t& r : _rules)
-        if (r.table == table && r.address >= start && r.address < start + count)
-            return &r;
-    return nullptr;
+    effect_t effect;
+    for (const rule_t& r : _rules) {
+        if (r.table != table || r.address < start || r.address >= start + count)
+            continue;
+        if (r.kind == fault_delay)
+            effect.delay_ms += r.value;
+        else if (r.kind == fault_garble)
+            effect.garble = true;
+        else if (!effect.stop)
+            effect.stop = &r;
+    }
+    return effect;
 }
 
 device_store::answer_t device_store::answer(int unit, const QByteArray& pdu)
@@ -141,13 +151,12 @@ device_store::answer_t device_store::_answer(const QByteArray& pdu, QString* wha
     if (start + count > 65536)
         return refuse(2);
 
-    const rule_t* rule = _rule(table, start, count);
-    if (rule && rule->kind == fault_silent)
+    const effect_t effect = _effect(table, start, count);
+    a.delay_ms = effect.delay_ms;
+    if (effect.stop && effect.stop->kind == fault_silent)
         return a;
-    if (rule && rule->kind == fault_exception)
-        return refuse(rule->value);
-    if (rule && rule->kind == fault_delay)
-        a.delay_ms = rule->value;
+    if (effect.stop)
+        return refuse(effect.stop->value);
     for (int i = start; i < start + count; ++i)
         if (_present[table][i] < (write ? 2 : 1))
             return refuse(2);
@@ -155,9 +164,9 @@ device_store::answer_t device_store::_answer(const QByteArray& pdu, QString* wha
     QVector<uint16_t>& words = _words[table];
     a.pdu.append(char(function));
     if (!write) {
-        // A garbled reply holds one value fewer than asked for.
-        const int sent = rule && rule->kind == fault_garble ? count - 1 : count;
-        const int sent_bytes = bits ? (sent + 7) / 8 : sent * 2;
+        // A garbled reply is one register, or one byte of bits, short.
+        const int sent = !effect.garble ? count : bits ? std::min(count, 8 * (byte_count - 1)) : count - 1;
+        const int sent_bytes = bits ? (effect.garble ? byte_count - 1 : byte_count) : sent * 2;
         a.pdu.append(char(sent_bytes));
         for (int i = 0; i < sent_bytes && bits; ++i) {
             int byte = 0;

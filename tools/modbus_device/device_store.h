@@ -24,7 +24,7 @@ public:
         fault_exception, ///< answer with a Modbus exception code
         fault_delay,     ///< answer late
         fault_silent,    ///< never answer
-        fault_garble     ///< answer a read with one value fewer than asked for
+        fault_garble     ///< answer a read one register, or one byte of bits, short
     };
 
     /// The answer to one request.
@@ -53,8 +53,14 @@ private:
         int address;
         int value;
     };
+    // What the rules touching a request do to it, all of them together.
+    struct effect_t {
+        int delay_ms = 0;             // every delay, added up
+        bool garble = false;          // some rule garbles it
+        const rule_t* stop = nullptr; // the first exception or silence, in command-line order
+    };
     answer_t _answer(const QByteArray& pdu, QString* what);
-    const rule_t* _rule(int table, int start, int count) const;
+    effect_t _effect(int table, int start, int count) const;
 
     QVector<uint16_t> _words[4];  // a word per bit or register
     QVector<uint8_t> _present[4]; // 0: no parameter; 1: read-only; 2: writable

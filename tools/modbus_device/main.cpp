@@ -13,6 +13,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QHash>
 
 #include <cstdio>
 #include <memory>
@@ -28,7 +29,9 @@ int main(int argc, char** argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Serves the parameters of a register map, with their initial values, as a Modbus device.\n"
-        "Logs each request on standard output; stops on SIGINT or SIGTERM."));
+        "Logs each request on standard output; stops on SIGINT or SIGTERM.\n"
+        "Fault rules combine: a request they touch waits for every delay, and then gets the first\n"
+        "exception or silence in command-line order, else its reply, garbled where a rule says so."));
     parser.addHelpOption();
     const QCommandLineOption listen(
         QStringLiteral("listen"),
@@ -46,9 +49,10 @@ int main(int argc, char** argv)
     const QCommandLineOption silent(QStringLiteral("silent"),
                                     QStringLiteral("Never answer requests touching ADDRESS."),
                                     QStringLiteral("table:address"));
-    const QCommandLineOption garble(QStringLiteral("garble"),
-                                    QStringLiteral("Answer reads touching ADDRESS with one value too few."),
-                                    QStringLiteral("table:address"));
+    const QCommandLineOption garble(
+        QStringLiteral("garble"),
+        QStringLiteral("Answer reads touching ADDRESS one register or one byte of bits short."),
+        QStringLiteral("table:address"));
     parser.addOptions({listen, map, exception, delay, silent, garble});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty())
@@ -64,16 +68,28 @@ int main(int argc, char** argv)
     } catch (const std::exception& e) {
         bad_argument(QString::fromUtf8(e.what()));
     }
+    // The fault rules in command-line order, which decides between rules that touch one request:
+    // the parser keeps only each option's own order.
     using store_t = qz::tools::device_store;
     const std::pair<const QCommandLineOption*, store_t::fault_e> faults[] = {
         {&exception, store_t::fault_exception},
         {&delay, store_t::fault_delay},
         {&silent, store_t::fault_silent},
         {&garble, store_t::fault_garble}};
-    for (const auto& [option, kind] : faults)
-        for (const QString& text : parser.values(*option))
-            if (const QString fault = store->add_fault(kind, text); !fault.isEmpty())
-                bad_argument(QStringLiteral("--%1: %2").arg(option->names().first(), fault));
+    QHash<QString, int> taken; // values of each option used so far
+    const QStringList arguments = QCoreApplication::arguments();
+    for (const QString& argument : arguments)
+        for (const auto& [option, kind] : faults) {
+            const QString name = QStringLiteral("--") + option->names().first();
+            if (argument != name && !argument.startsWith(name + QLatin1Char('=')))
+                continue;
+            const QStringList values = parser.values(*option);
+            const int index = taken[name]++;
+            if (index >= values.size())
+                continue;
+            if (const QString fault = store->add_fault(kind, values[index]); !fault.isEmpty())
+                bad_argument(QStringLiteral("%1: %2").arg(name, fault));
+        }
 
     qz::tools::device_server server(store.get(), [](const QString& line) { print(stdout, line); });
     if (const QString fault = server.listen(address); !fault.isEmpty()) {

@@ -207,6 +207,10 @@ int main(int argc, char** argv)
                      });
     QObject::connect(worker, &worker_t::on_operation_control, &app,
                      [&](worker_t::operation_type_e, worker_t::operation_status_e phase) {
+                         // A stop that came before the operation began was spent on nothing: the
+                         // operation would run whole.
+                         if (phase == worker_t::status_begin && stopped)
+                             worker->stop();
                          if (phase == worker_t::status_end)
                              QCoreApplication::quit();
                      });
