@@ -43,6 +43,7 @@ private slots:
         // Each expected message, in this order, somewhere after the one before.
         const QStringList expected = {
             "WARN  0x0008 Device clock: the device has no such parameter; the field is disabled",
+            "INFO  device: " + device.address(),
             "INFO  begin of READ operation",
             "QZTTC read 0x0001 Output enabled = true",
             "QZTTC read 0x0002 Device name = QZ-1000 north mast",

@@ -10,6 +10,7 @@
 #include "temporary_settings.h"
 
 #include "simulator/simulated_module.h"
+#include "simulator/simulated_worker.h"
 
 #include <qzgui/HexSpinBox16.h>
 #include <qzgui/HexSpinBox32.h>
@@ -124,6 +125,30 @@ private slots:
     {
         _window.reset();
         _module.reset();
+    }
+
+    void a_field_the_device_lacks_stays_disabled_through_profiles()
+    {
+        // A device without Gain, Frequency and Mode, as a foreign register map gives it.
+        auto module = std::make_unique<simulated_module>();
+        QVector<uint32_t> ids;
+        for (const dc::parameter_t& p : dc::parameters()) {
+            module->store(p.id, p.initial);
+            if (p.id != dc::id_gain && p.id != dc::id_frequency && p.id != dc::id_mode)
+                ids.append(p.id);
+        }
+        auto worker = std::make_unique<qz::sim::simulated_worker>(nullptr, module.get());
+        console_window foreign(std::move(worker), std::move(module), ids);
+        foreign.set_device_address(QStringLiteral("tcp://127.0.0.1:1502"));
+        QVERIFY(foreign.windowTitle().contains(QLatin1String("tcp://127.0.0.1:1502")));
+        for (int profile : {0, 1, 0}) {
+            foreign.select_profile(profile);
+            for (const uint32_t id : {dc::id_gain, dc::id_frequency, dc::id_mode})
+                QVERIFY2(
+                    !foreign.field(id)->isEnabled(),
+                    qPrintable(QStringLiteral("profile %1: %2").arg(profile).arg(dc::parameter_name(id))));
+            QVERIFY(foreign.name_field()->isEnabled());
+        }
     }
 
     void read_keeps_an_edit_it_did_not_replace_data()

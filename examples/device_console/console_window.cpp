@@ -116,16 +116,15 @@ console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
     _build_profiles();
     _build_menus();
 
-    // A real device may not hold every parameter of the form: its fields stay disabled.
+    // A real device may not hold every parameter of the form: its fields stay disabled, through
+    // every profile switch too (see select_profile()).
     for (const parameter_t& p : parameters()) {
-        if (_faults || device_ids.contains(p.id)) {
+        if (_faults || device_ids.contains(p.id))
             _device_ids.append(p.id);
-        } else if (QWidget* widget = field(p.id)) {
-            widget->setEnabled(false);
+        else if (field(p.id))
             _log->log(log_item::WARN,
                       QStringLiteral("%1: the device has no such parameter; the field is disabled")
                           .arg(parameter_name(p.id)));
-        }
     }
 
     _worker->moveToThread(&_worker_thread);
@@ -467,6 +466,16 @@ void console_window::select_profile(int index)
     // A field the profile changed to a value the device does not hold (a clamped gain, a rounded
     // frequency, a mode the profile lacks) becomes a pending change that the next Write sends.
     _session->reconfigure([&] { _profiles.set_active_profile(uint32_t(index)); });
+    // A profile enables the fields it knows; one the device lacks stays disabled all the same.
+    for (const parameter_t& p : parameters())
+        if (QWidget* widget = field(p.id); widget && !_device_ids.contains(p.id))
+            widget->setEnabled(false);
+}
+
+void console_window::set_device_address(const QString& address)
+{
+    setWindowTitle(tr("Device console - %1").arg(qz::gui::printable_text(address)));
+    _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
 }
 
 bool console_window::save_parameters_to(const QString& path)

@@ -77,6 +77,9 @@ public:
     /// Activates profile @p index (0 standard, 1 extended).
     void select_profile(int index);
 
+    /// Shows @p address, the device the console talks to, in the title, and logs it.
+    void set_device_address(const QString& address);
+
     /// Saves what every field shows (pending changes included) to the parameter file @p path.
     /// @return false when it could not; the log says why
     bool save_parameters_to(const QString& path);

@@ -142,6 +142,8 @@ int main(int argc, char** argv)
         made = std::make_unique<device_console::console_window>(module);
     }
     device_console::console_window& window = *made;
+    window.set_device_address(options.parser.isSet(options.device) ? options.parser.value(options.device)
+                                                                   : QObject::tr("simulated device"));
     if (options.parser.isSet(options.script))
         return device_console::run_script(window, options.parser.value(options.screenshot));
     window.show();
