@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <csignal>
+#include <pthread.h>
 
 using qz::test::device_process;
 
@@ -300,6 +301,32 @@ private slots:
                  qPrintable(run.err.join(QLatin1String(" | "))));
         // The sweep ended there: the second id was never asked for.
         QCOMPARE(_device.requests().mid(before), QStringList{"unit 1: read holding 21 to 21: no answer"});
+    }
+
+    void a_ctrl_c_before_the_operation_began_still_stops_it()
+    {
+        // SIGINT blocked while qzparam starts (the child inherits the mask): it arrives before
+        // anything of qzparam runs, and is taken once its handler is in place, at the latest
+        // before the operation begins. Without the stop, the silent id would be waited for ten minutes.
+        QTemporaryDir dir;
+        const QString map = dir.filePath(QStringLiteral("silent.json"));
+        QVERIFY(qz::test::write_text(map, R"({"version": 1, "parameters": [
+            {"id": 7, "table": "holding", "address": 21, "type": "uint16"}]})"));
+        sigset_t interrupt, before;
+        sigemptyset(&interrupt);
+        sigaddset(&interrupt, SIGINT);
+        pthread_sigmask(SIG_BLOCK, &interrupt, &before);
+        QProcess* process =
+            _start({"--device", _device.address(), "--map", map, "--timeout", "600000", "read", "7"});
+        const bool started = process->waitForStarted(10000);
+        if (started)
+            ::kill(pid_t(process->processId()), SIGINT);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        QVERIFY(started);
+        const run_t run = _finish(process);
+        QCOMPARE(run.status, 1);
+        QVERIFY2(!run.err.isEmpty() && run.err.last() == QLatin1String("qzparam: stopped"),
+                 qPrintable(run.err.join(QLatin1String(" | "))));
     }
 
     void the_device_logs_each_request_and_stops_on_sigterm()

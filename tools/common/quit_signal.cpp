@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace qz::tools {
@@ -37,6 +38,12 @@ void on_quit_signal(QObject* context, std::function<void()> fn)
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    // A program started with the signals blocked gets those already sent now, and later ones.
+    sigset_t quit_signals;
+    sigemptyset(&quit_signals);
+    sigaddset(&quit_signals, SIGINT);
+    sigaddset(&quit_signals, SIGTERM);
+    pthread_sigmask(SIG_UNBLOCK, &quit_signals, nullptr);
 }
 
 } // namespace qz::tools
