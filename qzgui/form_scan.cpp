@@ -2,7 +2,7 @@
 #include "qzgui/form_scan.h"
 
 #include "qzgui/parameter_id.h"
-#include "qzgui/widget_kind.h"
+#include "qzgui/widget_kind_p.h"
 
 #include <QHash>
 #include <QLabel>

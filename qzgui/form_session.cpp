@@ -3,7 +3,7 @@
 
 #include "qzgui/parameter_file.h"
 #include "qzgui/sat_worker.h"
-#include "qzgui/widget_kind.h"
+#include "qzgui/widget_kind_p.h"
 
 #include <optional>
 #include <utility>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "qzgui/local_time.h"
+#include "qzgui/local_time_p.h"
 
 #include <QLocale>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/log_item.h"
 
-#include "qzgui/local_time.h"
+#include "qzgui/local_time_p.h"
 
 #include <QDateTime>
 #include <QStringBuilder>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/parameter_file.h"
 
-#include "qzgui/json_place.h"
+#include "qzgui/json_place_p.h"
 #include "qzgui/parameter_id.h"
-#include "qzgui/widget_kind.h"
+#include "qzgui/widget_kind_p.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/sat_worker.h"
 
-#include "qzgui/local_time.h"
+#include "qzgui/local_time_p.h"
 #include "qzgui/settings_keys.h"
 
 #include <QMutexLocker>
@@ -196,8 +196,16 @@ void sat_worker::_try_param(uint32_t id, const std::function<void()>& access,
 {
     if (!running)
         return;
+    if (const std::optional<error_descriptor> err = _parameter_failure(access))
+        emit(this->*report)(id, *err);
+}
+
+std::optional<error_descriptor> sat_worker::_parameter_failure(const std::function<void()>& access)
+{
+    std::optional<error_descriptor> failure;
     capture<proto_exception, media_exception, std::exception>(
-        access, [&](const error_descriptor& err) { emit(this->*report)(id, err); });
+        access, [&](const error_descriptor& err) { failure = err; });
+    return failure;
 }
 
 void sat_worker::_set_module_config()

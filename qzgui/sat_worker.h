@@ -19,6 +19,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace qz::gui {
 
@@ -224,6 +225,15 @@ protected:
      * Writes one parameter to the module and emits on_set_param(); fails only by throwing.
      */
     virtual void _set_param(uint32_t id, const QVariant& value) = 0;
+
+    /**
+     * Runs @p access, one parameter's read or write, as _try_get_param() and _try_set_param() do:
+     * a protocol, media or other std::exception it throws (caught in that order) comes back as
+     * its descriptor; anything else propagates. For workers that access several parameters at
+     * once and report each one's failure themselves.
+     * @return the failure's descriptor, or nothing when @p access returned normally
+     */
+    static std::optional<error_descriptor> _parameter_failure(const std::function<void()>& access);
 
     /**
      * Runs one step of an operation.

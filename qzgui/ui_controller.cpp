@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/ui_controller.h"
 
-#include "qzgui/widget_kind.h"
+#include "qzgui/widget_kind_p.h"
 
 #include <QToolTip>
 #include <QWidget>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "qzgui/widget_kind.h"
+#include "qzgui/widget_kind_p.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/modbus/modbus_module.h"
 
-#include "qzgui/modbus/device_address.h"
+#include "qzgui/modbus/device_address_p.h"
 #include "qzgui/modbus/io_thread_p.h"
 #include "qzgui/modbus/modbus_frame_p.h"
 #include "qzgui/modbus/modbus_link_p.h"

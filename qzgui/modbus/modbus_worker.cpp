@@ -42,26 +42,6 @@ struct block_t {
     int first_slot = 0; // the earliest the request needs one of them
 };
 
-// Runs @p fn; a failure it throws comes back as its descriptor. @p refused tells whether the
-// device refused the request itself (an illegal function, address or value), which one of the
-// parameters it names may be the cause of.
-std::optional<error_descriptor> failure_of(const std::function<void()>& fn, bool* refused = nullptr)
-{
-    try {
-        fn();
-        return std::nullopt;
-    } catch (const proto_exception& e) {
-        if (refused)
-            *refused = e.get_type() == proto_exception::parameter_error
-                || e.get_type() == proto_exception::response_error;
-        return error_descriptor(nullptr, &e, nullptr);
-    } catch (const media_exception& e) {
-        return error_descriptor(&e, nullptr, nullptr);
-    } catch (const std::exception& e) {
-        return error_descriptor(nullptr, nullptr, &e);
-    }
-}
-
 [[noreturn]] void refuse(const register_entry_t& entry, const QString& fault)
 {
     const QString name = entry.name.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(entry.name);
@@ -190,7 +170,7 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             outcomes.append(outcome_t());
             wanted.append({entry, slot});
         } else {
-            outcomes.append({true, {}, failure_of([&] { _entry(id); })});
+            outcomes.append({true, {}, _parameter_failure([&] { _entry(id); })});
         }
     }
 
@@ -222,7 +202,7 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
         std::optional<modbus_module::pending_read> request;
         std::optional<error_descriptor> error;
         if (b < blocks.size() && running)
-            error = failure_of([&] {
+            error = _parameter_failure([&] {
                 const block_t& next = blocks[b];
                 request.emplace(after ? _modbus->send_read_after(*after, next.table, next.start, next.count)
                                       : _modbus->send_read(next.table, next.start, next.count));
@@ -240,10 +220,14 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             break;
         const block_t& block = blocks[b];
         QVector<uint16_t> words;
-        bool refused = false;
         std::optional<error_descriptor> error = ahead_error;
         if (!error)
-            error = failure_of([&] { words = _modbus->finish_read(*ahead); }, &refused);
+            error = _parameter_failure([&] { words = _modbus->finish_read(*ahead); });
+        // Refused by the device itself (an illegal function, address or value): one of the
+        // parameters the block names may be the cause.
+        const bool refused = error
+            && (error->proto_type == proto_exception::parameter_error
+                || error->proto_type == proto_exception::response_error);
         auto [later, later_error] = send(b + 2, held ? &*held : nullptr);
         // One parameter may be the cause of an exception: each of the others still gets its value.
         const bool one_by_one = error && refused && block.members.size() > 1;
@@ -252,7 +236,7 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             if (one_by_one) {
                 if (!running)
                     break;
-                outcome.error = failure_of([&] { outcome.value = _read_entry(*p.entry); });
+                outcome.error = _parameter_failure([&] { outcome.value = _read_entry(*p.entry); });
             } else if (error) {
                 outcome.error = error;
             } else {

@@ -2,7 +2,7 @@
 #include "qzgui/modbus/register_map.h"
 #include "qzgui/modbus/register_names_p.h"
 
-#include "qzgui/json_place.h"
+#include "qzgui/json_place_p.h"
 #include "qzgui/parameter_id.h"
 #include "qzgui/printable_text.h"
 

@@ -3,7 +3,7 @@
 
 #include "device_store.h"
 
-#include "qzgui/modbus/device_address.h"
+#include "qzgui/modbus/device_address_p.h"
 #include "qzgui/modbus/modbus_frame_p.h"
 
 #include <QSerialPort>

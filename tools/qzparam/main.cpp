@@ -4,11 +4,10 @@
 #include "../common/quit_signal.h"
 #include "../common/tool_output.h"
 
-#include "qzgui/parameter_id.h"
-
 #include <qzgui/modbus/modbus_module.h>
 #include <qzgui/modbus/modbus_worker.h>
 #include <qzgui/modbus/register_map.h>
+#include <qzgui/parameter_id.h>
 #include <qzgui/printable_text.h>
 #include <qzgui/resource_manager.h>
 #include <qzgui/settings_keys.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Internal: what each widget kind of a parameter form is, described once. Not installed.
-#ifndef QZGUI_WIDGET_KIND_H
-#define QZGUI_WIDGET_KIND_H
+#ifndef QZGUI_WIDGET_KIND_P_H
+#define QZGUI_WIDGET_KIND_P_H
 
 #include "qzgui/ui_controller.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Internal: reading and writing the library's JSON files exactly, and where in a file a parse
 // error stands, as people count. Not installed.
-#ifndef QZGUI_JSON_PLACE_H
-#define QZGUI_JSON_PLACE_H
+#ifndef QZGUI_JSON_PLACE_P_H
+#define QZGUI_JSON_PLACE_P_H
 
 #include <QByteArray>
 #include <QJsonDocument>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Internal: fast local time for the worker's value cache and the log. Not installed.
-#ifndef QZGUI_LOCAL_TIME_H
-#define QZGUI_LOCAL_TIME_H
+#ifndef QZGUI_LOCAL_TIME_P_H
+#define QZGUI_LOCAL_TIME_P_H
 
 #include <QDateTime>
 #include <QString>
