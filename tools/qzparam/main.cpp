@@ -192,6 +192,10 @@ int main(int argc, char** argv)
     QObject::connect(worker, &worker_t::on_set_param_request_error, &app, failed);
     QObject::connect(worker, &worker_t::on_connection_state, &app, [&](worker_t::connection_state_e state) {
         connected = connected || state == worker_t::state_connected;
+        // A stop that came before the operation was running did nothing (a worker stops only a
+        // running operation), and the operation would run whole: it is repeated once it runs.
+        if (state == worker_t::state_connecting && stopped)
+            worker->stop();
     });
     QObject::connect(worker, &worker_t::on_connection_error, &app, [&](const qz::gui::error_descriptor& err) {
         print(stderr,
@@ -206,10 +210,6 @@ int main(int argc, char** argv)
                      });
     QObject::connect(worker, &worker_t::on_operation_control, &app,
                      [&](worker_t::operation_type_e, worker_t::operation_status_e phase) {
-                         // A stop that came before the operation began was spent on nothing: the
-                         // operation would run whole.
-                         if (phase == worker_t::status_begin && stopped)
-                             worker->stop();
                          if (phase == worker_t::status_end)
                              QCoreApplication::quit();
                      });
