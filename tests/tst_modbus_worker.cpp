@@ -118,42 +118,42 @@ private slots:
         QCOMPARE(device.requests(), expected);
     }
 
-    void a_silent_block_costs_one_time_out()
+    void a_failed_block_costs_one_request_data()
     {
-        _environment.settings.set(QStringLiteral("command/timeout_s"), 300);
-        device_process device;
-        const QString map_path = _map_file(qz::test::holding_map(20));
-        QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), {"--silent", "holding:10"}));
-        qz::modbus::modbus_module module(device.address());
-        const auto map = qz::modbus::register_map::load(map_path);
-        probe_worker worker(nullptr, &module, map);
-        recorder log(worker);
-        QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
-
-        QStringList body;
-        for (int i = 0; i < 20; ++i)
-            body.append(QStringLiteral("get_error %1 media 4").arg(0x1000 + i));
-        QCOMPARE(kinds_only(log.take()), framed("read", body));
-        QCOMPARE(device.requests(), QStringList{"unit 1: read holding 0 to 19: no answer"});
-    }
-
-    void a_gateway_failure_costs_one_request_per_block()
-    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QStringList>("fault");
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("request");
+        // A device that does not answer costs one time-out per block, not per parameter.
+        QTest::newRow("silent") << 20 << QStringList{"--silent", "holding:10"} << "media 4"
+                                << "unit 1: read holding 0 to 19: no answer";
         // Exception 0x0B says that the gateway's target did not answer: no parameter's fault, so
         // the block is not read again id by id, which would cost a gateway time-out each.
+        QTest::newRow("gateway target") << 5 << QStringList{"--exception", "holding:2=11"} << "proto 1"
+                                        << "unit 1: read holding 0 to 4: exception 0x0b";
+    }
+
+    void a_failed_block_costs_one_request()
+    {
+        QFETCH(int, count);
+        QFETCH(QStringList, fault);
+        QFETCH(QString, kind);
+        QFETCH(QString, request);
+        _environment.settings.set(QStringLiteral("command/timeout_s"), 300);
         device_process device;
-        const QString map_path = _map_file(qz::test::holding_map(5));
-        QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), {"--exception", "holding:2=11"}));
+        const QString map_path = _map_file(qz::test::holding_map(count));
+        QVERIFY(device.start(map_path, QStringLiteral("tcp://127.0.0.1:0"), fault));
         qz::modbus::modbus_module module(device.address());
         const auto map = qz::modbus::register_map::load(map_path);
         probe_worker worker(nullptr, &module, map);
         recorder log(worker);
         QVERIFY(run_sweep(worker, [&] { worker._get_params(map.ids()); }));
+
         QStringList body;
-        for (int i = 0; i < 5; ++i)
-            body.append(QStringLiteral("get_error %1 proto 1").arg(0x1000 + i));
+        for (int i = 0; i < count; ++i)
+            body.append(QStringLiteral("get_error %1 %2").arg(0x1000 + i).arg(kind));
         QCOMPARE(kinds_only(log.take()), framed("read", body));
-        QCOMPARE(device.requests().size(), 1);
+        QCOMPARE(device.requests(), QStringList{request});
     }
 
     void each_failure_maps_onto_its_kind()

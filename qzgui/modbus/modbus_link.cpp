@@ -34,6 +34,19 @@ struct request_t {
     qint64 sent_us = -1;           // RTU: when its last try went out
 };
 
+// Adds a request, with its first try to come, at the end of @p requests.
+request_t& add_request(std::list<request_t>& requests, int handle, const QByteArray& pdu, int timeout_ms,
+                       int repeats, modbus_link::done_fn done)
+{
+    request_t& r = requests.emplace_back();
+    r.handle = handle;
+    r.pdu = pdu;
+    r.timeout_ms = timeout_ms;
+    r.tries_left = repeats;
+    r.done = std::move(done);
+    return r;
+}
+
 outcome_t outcome(outcome_t::kind_e kind, QString detail = {}, QByteArray pdu = {})
 {
     return outcome_t{kind, std::move(pdu), std::move(detail)};
@@ -80,16 +93,9 @@ public:
             _socket.connectToHost(_address.host, quint16(_address.port));
     }
 
-    bool is_open() const override { return _failure.isEmpty(); }
-
     int send(const QByteArray& pdu, int timeout_ms, int repeats, done_fn done) override
     {
-        request_t& r = _requests.emplace_back();
-        r.handle = _next_handle();
-        r.pdu = pdu;
-        r.timeout_ms = timeout_ms;
-        r.tries_left = repeats;
-        r.done = std::move(done);
+        request_t& r = add_request(_requests, _next_handle(), pdu, timeout_ms, repeats, std::move(done));
         r.timer = std::make_unique<QTimer>();
         r.timer->setSingleShot(true);
         request_t* const request = &r;
@@ -252,17 +258,10 @@ public:
         done({});
     }
 
-    bool is_open() const override { return _failure.isEmpty(); }
-
     int send(const QByteArray& pdu, int timeout_ms, int repeats, done_fn done) override
     {
-        request_t& r = _queue.emplace_back();
-        r.handle = _next_handle();
-        r.pdu = pdu;
-        r.timeout_ms = timeout_ms;
-        r.tries_left = repeats;
-        r.done = std::move(done);
-        const int handle = r.handle;
+        const int handle =
+            add_request(_queue, _next_handle(), pdu, timeout_ms, repeats, std::move(done)).handle;
         _pump();
         return handle;
     }

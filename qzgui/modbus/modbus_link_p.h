@@ -44,9 +44,9 @@ public:
     virtual void open(std::function<void(const QString& error)> done) = 0;
 
     /// @return whether the connection is open (and did not fail since)
-    virtual bool is_open() const = 0;
+    bool is_open() const { return _failure.isEmpty(); }
 
-    /// @return why the connection failed or closed; empty while it is open
+    /// @return why the connection failed or closed, or is not open yet; empty while it is open
     QString failure() const { return _failure; }
 
     /**
