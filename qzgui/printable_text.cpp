@@ -54,4 +54,10 @@ QString printable_value(const QVariant& value)
     }
 }
 
+QString failure_detail(const QString& message)
+{
+    const int colon = message.indexOf(QLatin1String(": "));
+    return colon < 0 ? QString() : message.mid(colon + 2);
+}
+
 } // namespace qz::gui

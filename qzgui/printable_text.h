@@ -32,6 +32,13 @@ QZGUI_EXPORT QString number_text(double number);
  */
 QZGUI_EXPORT QString printable_value(const QVariant& value);
 
+/**
+ * @return the detail of a failure message written as "PLACE: DETAIL", as the Modbus module and
+ * worker write theirs (the text after the first ": "), for a line that shows the catalogue's
+ * text and then what the device said; an empty string for a message that names no place
+ */
+QZGUI_EXPORT QString failure_detail(const QString& message);
+
 } // namespace qz::gui
 
 #endif

@@ -19,6 +19,8 @@
 #include <qzgui/sat_worker.h>
 #include <qzgui/settings_keys.h>
 
+#include <module_api/proto_exception.h>
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
@@ -125,6 +127,39 @@ private slots:
     {
         _window.reset();
         _module.reset();
+    }
+
+    void a_failure_line_says_what_the_device_said()
+    {
+        // A device of its own, without the Device menu's faults, which are set anew per operation.
+        auto module = std::make_unique<simulated_module>();
+        QVector<uint32_t> ids;
+        for (const dc::parameter_t& p : dc::parameters()) {
+            module->store(p.id, p.initial);
+            ids.append(p.id);
+        }
+        const std::string message = "unit 1, holding 2 to 2: Modbus exception 0x02 (illegal data address)";
+        module->fail_read(dc::id_gain,
+                          qz::sim::fault_t::proto(qz::api::proto::proto_exception::parameter_error, message),
+                          simulated_module::always);
+        auto worker = std::make_unique<qz::sim::simulated_worker>(nullptr, module.get());
+        console_window console(std::move(worker), std::move(module), ids);
+        // The verbose log shows the whole message; without it, the detail after the place.
+        QCheckBox* verbose = nullptr;
+        for (QCheckBox* box : console.findChildren<QCheckBox*>())
+            if (box->text() == QLatin1String("Verbose log"))
+                verbose = box;
+        QVERIFY(verbose && verbose->isChecked());
+        for (const bool on : {false, true}) {
+            verbose->setChecked(on);
+            console.read_all();
+            QVERIFY(QTest::qWaitFor([&] { return !console.is_busy(); }, operation_timeout_ms));
+        }
+        const QString gain = QStringLiteral("read %1: parameter error").arg(dc::parameter_name(dc::id_gain));
+        const QStringList messages = logged_messages(console).filter(gain);
+        QCOMPARE(messages.size(), 2);
+        QCOMPARE(messages[0], gain + QStringLiteral(": Modbus exception 0x02 (illegal data address)"));
+        QVERIFY2(messages[1].contains(QString::fromStdString(message)), qPrintable(messages[1]));
     }
 
     void a_field_the_device_lacks_stays_disabled_through_profiles()

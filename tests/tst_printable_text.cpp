@@ -40,6 +40,20 @@ private slots:
         QCOMPARE(printable_text(text), shown);
     }
 
+    void a_failure_detail_is_what_follows_the_place()
+    {
+        using qz::gui::failure_detail;
+        QCOMPARE(failure_detail(
+                     QStringLiteral("tcp://127.0.0.1:1502 unit 1, holding 2 to 2: Modbus exception 0x02 "
+                                    "(illegal data address)")),
+                 QStringLiteral("Modbus exception 0x02 (illegal data address)"));
+        QCOMPARE(failure_detail(QStringLiteral("parameter 0x0003 (Gain): read-only")),
+                 QStringLiteral("read-only"));
+        QCOMPARE(failure_detail(QStringLiteral("a: b: c")), QStringLiteral("b: c"));
+        QCOMPARE(failure_detail(QStringLiteral("stopped")), QString());
+        QCOMPARE(failure_detail(QString()), QString());
+    }
+
     void every_character_reads_back()
     {
         // Undoing the two rules gives the text back, for every UTF-16 unit.

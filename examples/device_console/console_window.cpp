@@ -406,7 +406,13 @@ void console_window::_continue_closing()
 
 void console_window::_on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err)
 {
-    const QString text = qz::gui::printable_text(_texts.get_error_descriptor_string(err));
+    // The catalogue's text, and what the device said: the whole message in the verbose log, its
+    // detail otherwise ("Modbus exception 0x02 (illegal data address)", "read-only").
+    QString text = _texts.get_error_descriptor_string(err);
+    if (const QString detail = qz::gui::failure_detail(err.message);
+        !_texts.get_verbose_level() && !detail.isEmpty())
+        text += QStringLiteral(": ") + detail;
+    text = qz::gui::printable_text(text);
     _log->log(log_item::ERROR,
               QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
     _session->mark_failed(id, text);

@@ -48,14 +48,6 @@ protected:
     }
 };
 
-// A failure's message is "PLACE: DETAIL" (the module's and the worker's alike): the detail, or
-// nothing where the message names no place ("stopped" says no more than the catalogue).
-QString failure_detail(const QString& message)
-{
-    const int colon = message.indexOf(QLatin1String(": "));
-    return colon < 0 ? QString() : message.mid(colon + 2);
-}
-
 int whole_number(const QString& option, const QString& text, int low, int high)
 {
     bool ok = false;
@@ -175,7 +167,8 @@ int main(int argc, char** argv)
     // name, "read-only". --verbose shows the whole message instead.
     const auto failure_text = [&](const qz::gui::error_descriptor& err) {
         QString text = texts.get_error_descriptor_string(err);
-        if (const QString detail = failure_detail(err.message); !parser.isSet(verbose) && !detail.isEmpty())
+        if (const QString detail = qz::gui::failure_detail(err.message);
+            !parser.isSet(verbose) && !detail.isEmpty())
             text += QLatin1String(": ") + detail;
         return qz::gui::printable_text(text);
     };
