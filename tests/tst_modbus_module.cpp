@@ -28,13 +28,19 @@ using qz::test::thrown;
 
 namespace {
 
-// A Modbus server whose chosen holding registers answer with an exception code.
+// A Modbus server whose chosen holding registers answer with an exception code, or late.
 class test_server : public QModbusTcpServer {
 public:
     void set_exceptions(const QMap<int, QModbusPdu::ExceptionCode>& exceptions)
     {
         std::lock_guard<std::mutex> guard(_lock);
         _exceptions = exceptions;
+    }
+
+    void set_delays(const QMap<int, int>& delays_ms)
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        _delays_ms = delays_ms;
     }
 
 protected:
@@ -46,10 +52,16 @@ protected:
             || request.functionCode() == QModbusPdu::WriteMultipleRegisters) {
             quint16 address = 0;
             request.decodeData(&address);
-            std::lock_guard<std::mutex> guard(_lock);
-            _holding_requests.append(address);
-            if (_exceptions.contains(address))
-                return QModbusExceptionResponse(request.functionCode(), _exceptions.value(address));
+            int delay_ms = 0;
+            {
+                std::lock_guard<std::mutex> guard(_lock);
+                _holding_requests.append(address);
+                if (_exceptions.contains(address))
+                    return QModbusExceptionResponse(request.functionCode(), _exceptions.value(address));
+                delay_ms = _delays_ms.value(address);
+            }
+            // The server's thread answers nothing else meanwhile, as a slow device would not.
+            QThread::msleep(ulong(delay_ms));
         }
         return QModbusTcpServer::processRequest(request);
     }
@@ -65,6 +77,7 @@ public:
 private:
     std::mutex _lock;
     QMap<int, QModbusPdu::ExceptionCode> _exceptions; // holding address to code
+    QMap<int, int> _delays_ms;                        // holding address to delay
     QVector<int> _holding_requests;
 };
 
@@ -107,6 +120,13 @@ public:
     {
         std::lock_guard<std::mutex> guard(_lock);
         _server->set_exceptions(exceptions);
+    }
+
+    /// Makes requests that start at the holding registers in @p delays_ms answered that late.
+    void set_delays(const QMap<int, int>& delays_ms)
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        _server->set_delays(delays_ms);
     }
 
 protected:
@@ -356,7 +376,10 @@ private slots:
         auto after_done = module.send_read_after(done, holding, 31, 1);
         QCOMPARE(module.finish_read(after_done), QVector<uint16_t>{32});
 
-        // A stop holds back what is planned behind a read on its way, until it is finished.
+        // A stop holds back what is planned behind a read on its way, until it is finished. The
+        // planned read is answered a second late, so that the stop surely comes before its reply.
+        _server.set_delays({{31, 1000}});
+        module.set_config(short_config(5000));
         auto on_its_way = module.send_read(holding, 30, 1);
         auto planned = module.send_read_after(on_its_way, holding, 31, 1);
         QCOMPARE(module.finish_read(on_its_way), QVector<uint16_t>{31});
@@ -373,6 +396,7 @@ private slots:
         QCOMPARE(module.finish_read(planned), QVector<uint16_t>{32});
         QCOMPARE(module.finish_read(behind_planned), QVector<uint16_t>{33});
         QCOMPARE(_server.holding_requests().mid(seen), (QVector<int>{33, 32}));
+        _server.set_delays({});
 
         // Closing the connection ends one still held.
         auto pending = module.send_read(holding, 30, 1);

@@ -109,6 +109,7 @@ struct modbus_module::exchange_t {
     int repeats = 0;
     bool follow_up = false;     // sent after another: see send_after()
     uint64_t aborts_before = 0; // abort() calls before it was made; a later one holds it back
+    uint64_t closes_before = 0; // disconnect() calls before it was made; a later one ends it
 
     // The I/O thread only.
     QByteArray pdu;             // the request as sent
@@ -124,6 +125,7 @@ struct modbus_module::exchange_t {
 
     // Under the io thread's lock.
     bool done = false;
+    uint64_t aborts_when_done = 0; // abort() calls before its outcome was in
     QVector<uint16_t> result;
     std::exception_ptr error;
 };
@@ -133,7 +135,8 @@ struct modbus_module::private_t {
     address_t address;
     qz::api::proto::qz_media media;
     qz::api::proto::command_config config = default_config();
-    bool open = false; // the caller's thread: connected, and not disconnected since
+    bool open = false;   // the caller's thread: connected, and not disconnected since
+    uint64_t closes = 0; // the caller's thread: disconnect() calls so far
 
     // The I/O thread only.
     std::unique_ptr<modbus_link> link;
@@ -166,6 +169,7 @@ struct modbus_module::private_t {
         if (ex.done)
             return;
         ex.done = true;
+        ex.aborts_when_done = aborts;
         ex.result = std::move(result);
         ex.error = std::move(error);
         io->changed.notify_all();
@@ -262,7 +266,8 @@ struct modbus_module::private_t {
             ex->stage = stage_e::held;
             previous->then = ex;
             remember(ex);
-        } else if (previous->exception_reply || previous->stage == stage_e::dropped || stopped_since(*ex)) {
+        } else if (previous->exception_reply || previous->stage == stage_e::dropped
+                   || stopped_before(*previous, *ex)) {
             ex->stage = stage_e::on_finish;
             remember(ex);
         } else {
@@ -275,6 +280,14 @@ struct modbus_module::private_t {
     {
         std::lock_guard<std::mutex> guard(io->lock);
         return aborts != ex.aborts_before;
+    }
+
+    // Whether abort() came after @p ex was made and before the outcome of @p previous, which is
+    // in: what counts is the stop's place against the reply, not when this thread gets to @p ex.
+    bool stopped_before(const exchange_t& previous, const exchange_t& ex)
+    {
+        std::lock_guard<std::mutex> guard(io->lock);
+        return previous.aborts_when_done != ex.aborts_before;
     }
 
     // The I/O thread: sends the request of @p ex.
@@ -406,6 +419,7 @@ struct modbus_module::private_t {
         ex->timeout_ms = reading ? config.timeout_s : config.timeout_m;
         ex->repeats = reading ? config.repeats_s : config.repeats_m;
         ex->follow_up = bool(after);
+        ex->closes_before = closes;
         {
             std::lock_guard<std::mutex> guard(io->lock);
             ex->aborts_before = aborts;
@@ -513,6 +527,7 @@ void modbus_module::disconnect()
     // Not waited for: the I/O thread closes it before anything asked of it later. From the
     // destructor too, the private part outlives the task: its thread, its last member, ends first.
     d->open = false;
+    ++d->closes;
     private_t* const p = d.get();
     d->io->post([p] { p->close_client(); });
 }
@@ -598,6 +613,12 @@ QVector<uint16_t> modbus_module::finish_read(pending_read& request)
     const std::shared_ptr<exchange_t> ex = std::exchange(request._exchange, nullptr);
     if (!ex)
         throw d->nothing_on_its_way(request._table, request._start, request._count);
+    // Closed since it was sent: its reply, even one already in, belongs to that connection. The
+    // caller's own count decides, not whether the module's thread has closed it yet.
+    if (ex->closes_before != d->closes) {
+        d->drop(ex);
+        throw d->nothing_on_its_way(request._table, request._start, request._count);
+    }
     return d->finish(ex);
 }
 
