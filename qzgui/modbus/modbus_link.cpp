@@ -52,6 +52,15 @@ outcome_t outcome(outcome_t::kind_e kind, QString detail = {}, QByteArray pdu = 
     return outcome_t{kind, std::move(pdu), std::move(detail)};
 }
 
+// Ends every request of @p requests as lost, @p why. Taken out first: a callback may send again,
+// and finds the link failed.
+void end_as_lost(std::list<request_t>& requests, const QString& why)
+{
+    std::list<request_t> ended = std::exchange(requests, {});
+    for (request_t& r : ended)
+        r.done(outcome(outcome_t::lost, why));
+}
+
 QString other_unit(int answered, int asked)
 {
     return QStringLiteral("unit %1 answered a request to unit %2").arg(answered).arg(asked);
@@ -193,10 +202,7 @@ private:
         if (auto done = std::exchange(_opening, nullptr))
             done(why);
         _socket.abort();
-        // Callbacks may send again: they find the link failed.
-        std::list<request_t> ended = std::exchange(_requests, {});
-        for (request_t& r : ended)
-            r.done(outcome(outcome_t::lost, why));
+        end_as_lost(_requests, why);
     }
 
     address_t _address;
@@ -375,9 +381,7 @@ private:
         _reply_timer.stop();
         _silence_timer.stop();
         _on_line = false;
-        std::list<request_t> ended = std::exchange(_queue, {});
-        for (request_t& r : ended)
-            r.done(outcome(outcome_t::lost, why));
+        end_as_lost(_queue, why);
     }
 
     address_t _address;
