@@ -6,7 +6,6 @@
 #include "qzgui/parameter_id.h"
 #include "qzgui/printable_text.h"
 
-#include <module_api/media_exception.h>
 #include <module_api/proto_exception.h>
 
 #include <algorithm>
@@ -17,7 +16,6 @@
 namespace qz::modbus {
 
 using qz::api::proto::error_descriptor;
-using qz::api::proto::media_exception;
 using qz::api::proto::proto_exception;
 
 namespace {

@@ -11,12 +11,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocale>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <limits>
 #include <stdexcept>
 
 namespace qz::modbus {
