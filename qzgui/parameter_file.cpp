@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/parameter_file.h"
 
-#include "qzgui/json_place_p.h"
+#include "qzgui/internal/json_file.h"
 #include "qzgui/parameter_id.h"
 #include "qzgui/widget_kind_p.h"
 
 #include <QDateTime>
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -41,8 +39,7 @@ constexpr int max_offset = 24 * 3600; // seconds; wider than any offset in use
 
 [[noreturn]] void fail(const QString& path, const QString& text)
 {
-    throw std::runtime_error(
-        QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), text).toStdString());
+    fail_file(path, text);
 }
 
 // ---- saving --------------------------------------------------------------------------------
@@ -237,42 +234,17 @@ struct entry_reader {
     }
 };
 
-QByteArray read_file(const QString& path)
+QJsonArray parameter_list(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        fail(path, QStringLiteral("cannot be read: %1").arg(file.errorString()));
-    if (file.size() > max_file_size)
-        fail(path, QStringLiteral("is larger than %1 MiB").arg(max_file_size / (1024 * 1024)));
-    // read(), not readAll(): a file that grows meanwhile still cannot exceed the bound.
-    QByteArray text = file.read(max_file_size + 1);
-    if (text.size() > max_file_size)
-        fail(path, QStringLiteral("is larger than %1 MiB").arg(max_file_size / (1024 * 1024)));
-    if (file.error() != QFileDevice::NoError)
-        fail(path, QStringLiteral("cannot be read: %1").arg(file.errorString()));
-    return text;
-}
-
-QJsonArray parameter_list(const QString& path, const QByteArray& text)
-{
-    QJsonParseError error;
-    const QJsonDocument document = parse_json(text, &error);
-    if (error.error != QJsonParseError::NoError)
-        fail(path,
-             QStringLiteral("%1: not JSON: %2").arg(json_place(text, error.offset), error.errorString()));
-    const QJsonObject top = document.object();
-    if (!document.isObject() || top.value(key_format).toString() != format_name)
+    const QJsonObject top = read_json_file(path, max_file_size);
+    if (top.value(key_format).toString() != format_name)
         fail(path,
              QStringLiteral("not a parameter file: its top object has no \"format\": \"%1\"")
                  .arg(format_name));
     const QJsonValue version = top.value(key_version);
     if (!version.isDouble())
         fail(path, QStringLiteral("the file has no version number"));
-    if (version.toDouble() != file_version)
-        fail(path,
-             QStringLiteral("version %1 cannot be read; this library reads version %2")
-                 .arg(version.toDouble())
-                 .arg(file_version));
+    check_json_version(path, version.toDouble(), file_version);
     if (!top.value(key_parameters).isArray())
         fail(path, QStringLiteral("\"parameters\" is not a list"));
     return top.value(key_parameters).toArray();
@@ -298,8 +270,7 @@ void save_parameters(const QString& path, const QMap<uint32_t, QVariant>& values
 
 QMap<uint32_t, QVariant> load_parameters(const QString& path)
 {
-    const QByteArray text = read_file(path);
-    const QJsonArray parameters = parameter_list(path, text);
+    const QJsonArray parameters = parameter_list(path);
     QMap<uint32_t, QVariant> values;
     int position = 0;
     for (const QJsonValue& item : parameters) {

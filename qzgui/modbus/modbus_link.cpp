@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/modbus/modbus_link_p.h"
 
-#include "qzgui/modbus/device_address_p.h"
-#include "qzgui/modbus/modbus_frame_p.h"
+#include "qzgui/modbus/internal/device_address.h"
+#include "qzgui/modbus/internal/modbus_frame.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>

@@ -2,14 +2,11 @@
 #include "qzgui/modbus/register_map.h"
 #include "qzgui/modbus/register_names_p.h"
 
-#include "qzgui/json_place_p.h"
+#include "qzgui/internal/json_file.h"
 #include "qzgui/parameter_id.h"
 #include "qzgui/printable_text.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -90,11 +87,7 @@ namespace {
 struct loader {
     const QString& path;
 
-    [[noreturn]] void fail(const QString& text) const
-    {
-        throw std::runtime_error(
-            QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), text).toStdString());
-    }
+    [[noreturn]] void fail(const QString& text) const { qz::gui::fail_file(path, text); }
 
     [[noreturn]] void fail_at(int position, const std::optional<uint32_t>& id, const QString& text) const
     {
@@ -106,25 +99,11 @@ struct loader {
 
     QJsonArray parameters() const
     {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            fail(QStringLiteral("cannot be read: %1").arg(file.errorString()));
-        const QByteArray text = file.read(max_file_size + 1);
-        if (text.size() > max_file_size)
-            fail(QStringLiteral("is larger than %1 MiB").arg(max_file_size / (1024 * 1024)));
-        QJsonParseError error;
-        const QJsonDocument document = qz::gui::parse_json(text, &error);
-        if (error.error != QJsonParseError::NoError)
-            fail(QStringLiteral("%1: not JSON: %2")
-                     .arg(qz::gui::json_place(text, error.offset), error.errorString()));
-        const QJsonObject top = document.object();
+        const QJsonObject top = qz::gui::read_json_file(path, max_file_size);
         const QJsonValue version = top.value(QLatin1String("version"));
-        if (!document.isObject() || !version.isDouble())
+        if (!version.isDouble())
             fail(QStringLiteral("not a register map: its top object has no \"version\""));
-        if (version.toDouble() != map_version)
-            fail(QStringLiteral("version %1 cannot be read; this library reads version %2")
-                     .arg(version.toDouble())
-                     .arg(map_version));
+        qz::gui::check_json_version(path, version.toDouble(), map_version);
         if (const QString fault = unknown_key(top, top_keys, "a register map"); !fault.isEmpty())
             fail(fault);
         if (!top.value(QLatin1String("parameters")).isArray())

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "qzgui/modbus/device_address_p.h"
+#include "qzgui/modbus/internal/device_address.h"
 
 #include "qzgui/printable_text.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "qzgui/modbus/modbus_frame_p.h"
+#include "qzgui/modbus/internal/modbus_frame.h"
 
 namespace qz::modbus::frame {
 

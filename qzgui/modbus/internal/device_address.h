@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Internal: the device addresses of the Modbus module, read once for the client and the device
 // simulator alike.
-#ifndef QZGUI_MODBUS_DEVICE_ADDRESS_P_H
-#define QZGUI_MODBUS_DEVICE_ADDRESS_P_H
+#ifndef QZGUI_MODBUS_INTERNAL_DEVICE_ADDRESS_H
+#define QZGUI_MODBUS_INTERNAL_DEVICE_ADDRESS_H
 
 #include <QSerialPort>
 #include <QString>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Internal: Modbus PDUs and RTU frames, built and checked byte by byte. Not installed.
-#ifndef QZGUI_MODBUS_MODBUS_FRAME_P_H
-#define QZGUI_MODBUS_MODBUS_FRAME_P_H
+#ifndef QZGUI_MODBUS_INTERNAL_MODBUS_FRAME_H
+#define QZGUI_MODBUS_INTERNAL_MODBUS_FRAME_H
 
 #include "qzgui/modbus/register_map.h"
 
