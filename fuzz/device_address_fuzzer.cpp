@@ -8,7 +8,7 @@
 
 #include <qzgui/printable_text.h>
 
-#include "qzgui/modbus/device_address_p.h"
+#include "qzgui/modbus/internal/device_address.h"
 
 #include <QCoreApplication>
 

@@ -2,8 +2,8 @@
 #include "qzgui/modbus/modbus_module.h"
 
 #include "qzgui/modbus/internal/device_address.h"
-#include "qzgui/modbus/io_thread_p.h"
 #include "qzgui/modbus/internal/modbus_frame.h"
+#include "qzgui/modbus/io_thread_p.h"
 #include "qzgui/modbus/modbus_link_p.h"
 
 #include "qzgui/settings_keys.h"

@@ -3,8 +3,8 @@
 
 #include "device_store.h"
 
-#include "qzgui/modbus/device_address_p.h"
-#include "qzgui/modbus/modbus_frame_p.h"
+#include "qzgui/modbus/internal/device_address.h"
+#include "qzgui/modbus/internal/modbus_frame.h"
 
 #include <QSerialPort>
 #include <QTcpServer>

@@ -7,7 +7,7 @@
 #include "../common/quit_signal.h"
 #include "../common/tool_output.h"
 
-#include "qzgui/modbus/device_address_p.h"
+#include "qzgui/modbus/internal/device_address.h"
 
 #include <qzgui/modbus/register_map.h>
 
