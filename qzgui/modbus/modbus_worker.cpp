@@ -81,13 +81,6 @@ QVector<block_t> plan_blocks(QVector<planned_t> wanted)
 
 } // namespace
 
-// What reading one id gave: a value or a failure, once it is known.
-struct modbus_worker::outcome_t {
-    bool known = false;
-    QVariant value;
-    std::optional<error_descriptor> error;
-};
-
 modbus_worker::modbus_worker(QObject* parent, modbus_module* module, const register_map& map)
     : sat_worker(parent, module)
     , _modbus(module)
@@ -136,26 +129,45 @@ void modbus_worker::_set_param(uint32_t id, const QVariant& value)
     emit on_set_param(id, written);
 }
 
-void modbus_worker::_get_params(const QVector<uint32_t>& params)
-{
-    _set_module_config();
-    _connect_exec_disconnect(op_read, [&] { _read_sweep(params); });
-}
+// One read sweep: the ids of a request, and what reading each gave, reported in request order as
+// soon as it is known.
+struct modbus_worker::sweep_t {
+    // What reading one entry gave: a value or a failure, once it is known.
+    struct outcome_t {
+        bool known = false;
+        QVariant value;
+        std::optional<error_descriptor> error;
+    };
 
-void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
+    modbus_worker& worker;
+    const QVector<uint32_t>& params;
+    QVector<int> slot_at;        // per id of the request, its outcome's slot
+    QVector<outcome_t> outcomes; // one slot per distinct entry, or per id the map lacks
+    QVector<planned_t> wanted;   // the entries to read, with their slots
+    int reported = 0;            // the ids of the request reported so far
+
+    sweep_t(modbus_worker& w, const QVector<uint32_t>& p);
+    void report(bool skip_unknown);
+    void read(const QVector<block_t>& blocks);
+    void settle(const block_t& block, const QVector<uint16_t>& words,
+                const std::optional<error_descriptor>& error);
+};
+
+modbus_worker::sweep_t::sweep_t(modbus_worker& w, const QVector<uint32_t>& p)
+    : worker(w)
+    , params(p)
+    , slot_at(p.size())
 {
-    // One slot per distinct entry; an id the request repeats is read once and reported each time.
-    // Slots are found by the entry's place in the map, which costs no hashing per id.
-    const register_entry_t* const first_entry = _map.entries().constData();
-    QVector<int> slot_of_entry(_map.entries().size(), -1);
-    QVector<int> slot_at(params.size());
-    QVector<outcome_t> outcomes;
+    // An id the request repeats is read once and reported each time. Slots are found by the
+    // entry's place in the map, which costs no hashing per id.
+    const register_map& map = worker._map;
+    const register_entry_t* const first_entry = map.entries().constData();
+    QVector<int> slot_of_entry(map.entries().size(), -1);
     outcomes.reserve(params.size());
-    QVector<planned_t> wanted;
     wanted.reserve(params.size());
     for (int i = 0; i < params.size(); ++i) {
         const uint32_t id = params[i];
-        const register_entry_t* entry = _map.find(id);
+        const register_entry_t* entry = map.find(id);
         int* known = entry ? &slot_of_entry[int(entry - first_entry)] : nullptr;
         if (known && *known >= 0) {
             slot_at[i] = *known;
@@ -168,87 +180,102 @@ void modbus_worker::_read_sweep(const QVector<uint32_t>& params)
             outcomes.append(outcome_t());
             wanted.append({entry, slot});
         } else {
-            outcomes.append({true, {}, _parameter_failure([&] { _entry(id); })});
+            outcomes.append({true, {}, _parameter_failure([&] { worker._entry(id); })});
         }
     }
+}
 
-    // Reports, in request order, every id whose outcome is known, up to the first that is not
-    // (or past it, with @p skip_unknown).
-    int next = 0;
-    const auto report = [&](bool skip_unknown) {
-        for (; next < params.size(); ++next) {
-            const outcome_t& outcome = outcomes[slot_at[next]];
-            if (!outcome.known && !skip_unknown)
-                return;
-            if (outcome.error)
-                emit on_get_param_request_error(params[next], *outcome.error);
-            else if (outcome.known)
-                _cache_parameter_and_emit_signal(params[next], outcome.value);
-        }
-    };
+// Reports, in request order, every id whose outcome is known, up to the first that is not (or
+// past it, with @p skip_unknown).
+void modbus_worker::sweep_t::report(bool skip_unknown)
+{
+    for (; reported < params.size(); ++reported) {
+        const outcome_t& outcome = outcomes[slot_at[reported]];
+        if (!outcome.known && !skip_unknown)
+            return;
+        if (outcome.error)
+            emit worker.on_get_param_request_error(params[reported], *outcome.error);
+        else if (outcome.known)
+            worker._cache_parameter_and_emit_signal(params[reported], outcome.value);
+    }
+}
 
-    // The next block goes out as soon as a block's reply is in: the module sends it from its own
-    // thread, so the device answers it while this one is decoded and reported. Two blocks are
-    // planned ahead (the one on its way, and the next, held behind it), so the next is in place
-    // before the reply it waits for comes in. Still only one request is ever on its way, as some
-    // devices take no more. A block the device refuses is read again id by id first: the
-    // module then holds the next until it is finished. A stop drops the block sent ahead.
-    const QVector<block_t> blocks = plan_blocks(wanted);
-    std::optional<modbus_module::pending_read> ahead;
-    std::optional<error_descriptor> ahead_error;
+// The next block goes out as soon as a block's reply is in: the module sends it from its own
+// thread, so the device answers it while this one is decoded and reported. Two blocks are planned
+// ahead (the one on its way, and the next, held behind it), so the next is in place before the
+// reply it waits for comes in. Still only one request is ever on its way, as some devices take no
+// more. A block the device refuses is read again id by id first: the module then holds the next
+// until it is finished. A stop drops the block sent ahead.
+void modbus_worker::sweep_t::read(const QVector<block_t>& blocks)
+{
+    modbus_module& modbus = *worker._modbus;
     const auto send = [&](int b, const modbus_module::pending_read* after) {
         std::optional<modbus_module::pending_read> request;
         std::optional<error_descriptor> error;
-        if (b < blocks.size() && running)
+        if (b < blocks.size() && worker.running)
             error = _parameter_failure([&] {
                 const block_t& next = blocks[b];
-                request.emplace(after ? _modbus->send_read_after(*after, next.table, next.start, next.count)
-                                      : _modbus->send_read(next.table, next.start, next.count));
+                request.emplace(after ? modbus.send_read_after(*after, next.table, next.start, next.count)
+                                      : modbus.send_read(next.table, next.start, next.count));
             });
         return std::make_pair(std::move(request), std::move(error));
     };
 
-    report(false);
-    std::tie(ahead, ahead_error) = send(0, nullptr);
+    auto [ahead, ahead_error] = send(0, nullptr);
     auto [held, held_error] = send(1, ahead ? &*ahead : nullptr);
     for (int b = 0; b < blocks.size() && (ahead || ahead_error); ++b) {
         // A block sent ahead of a stop is dropped. The first was sent just now: a stop since then
         // came while it was in progress, and it fails as stopped.
-        if (b > 0 && !running)
+        if (b > 0 && !worker.running)
             break;
-        const block_t& block = blocks[b];
         QVector<uint16_t> words;
         std::optional<error_descriptor> error = ahead_error;
         if (!error)
-            error = _parameter_failure([&] { words = _modbus->finish_read(*ahead); });
-        // Refused by the device itself (an illegal function, address or value): one of the
-        // parameters the block names may be the cause.
-        const bool refused = error
-            && (error->proto_type == proto_exception::parameter_error
-                || error->proto_type == proto_exception::response_error);
+            error = _parameter_failure([&] { words = modbus.finish_read(*ahead); });
         auto [later, later_error] = send(b + 2, held ? &*held : nullptr);
-        // One parameter may be the cause of an exception: each of the others still gets its value.
-        const bool one_by_one = error && refused && block.members.size() > 1;
-        for (const planned_t& p : block.members) {
-            outcome_t& outcome = outcomes[p.slot];
-            if (one_by_one) {
-                if (!running)
-                    break;
-                outcome.error = _parameter_failure([&] { outcome.value = _read_entry(*p.entry); });
-            } else if (error) {
-                outcome.error = error;
-            } else {
-                outcome.value =
-                    p.entry->decode(words.constData() + (p.entry->address - block.start), p.entry->size);
-            }
-            outcome.known = true;
-        }
+        settle(blocks[b], words, error);
         report(false);
         ahead = std::exchange(held, std::move(later));
         ahead_error = std::exchange(held_error, std::move(later_error));
     }
-    // Stopped: what was read is still reported, in request order.
-    report(true);
+}
+
+// Gives each entry of @p block its value from @p words, or the block's @p error.
+void modbus_worker::sweep_t::settle(const block_t& block, const QVector<uint16_t>& words,
+                                    const std::optional<error_descriptor>& error)
+{
+    // Refused by the device itself (an illegal function, address or value): one of the parameters
+    // the block names may be the cause, and each of the others still gets its value.
+    const bool refused = error
+        && (error->proto_type == proto_exception::parameter_error
+            || error->proto_type == proto_exception::response_error);
+    const bool one_by_one = refused && block.members.size() > 1;
+    for (const planned_t& p : block.members) {
+        outcome_t& outcome = outcomes[p.slot];
+        if (one_by_one) {
+            if (!worker.running)
+                break;
+            outcome.error = _parameter_failure([&] { outcome.value = worker._read_entry(*p.entry); });
+        } else if (error) {
+            outcome.error = error;
+        } else {
+            outcome.value =
+                p.entry->decode(words.constData() + (p.entry->address - block.start), p.entry->size);
+        }
+        outcome.known = true;
+    }
+}
+
+void modbus_worker::_get_params(const QVector<uint32_t>& params)
+{
+    _set_module_config();
+    _connect_exec_disconnect(op_read, [&] {
+        sweep_t sweep(*this, params);
+        sweep.report(false);
+        sweep.read(plan_blocks(sweep.wanted));
+        // Stopped: what was read is still reported, in request order.
+        sweep.report(true);
+    });
 }
 
 } // namespace qz::modbus

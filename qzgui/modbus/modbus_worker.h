@@ -67,10 +67,9 @@ protected:
     void _set_param(uint32_t id, const QVariant& value) override;
 
 private:
-    struct outcome_t;
+    struct sweep_t;
     const register_entry_t& _entry(uint32_t id) const;
     QVariant _read_entry(const register_entry_t& entry);
-    void _read_sweep(const QVector<uint32_t>& params);
 
     modbus_module* _modbus;
     register_map _map;
