@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The device console driving a Modbus device: the project's device simulator on 127.0.0.1, serving
 // the console's own register map, and the console's scripted session pointed at it.
+#include "device_parameters.h"
 #include "modbus_fixture.h"
+
+#include <qzgui/modbus/register_map.h>
 
 #include <QProcess>
 #include <QtTest>
@@ -26,6 +29,29 @@ class tst_console_modbus : public QObject {
     }
 
 private slots:
+    void the_map_says_what_the_console_says()
+    {
+        namespace dc = device_console;
+        const auto map = qz::modbus::register_map::load(QStringLiteral(DEVICE_CONSOLE_MAP));
+        QVector<uint32_t> ids;
+        for (const dc::parameter_t& p : dc::parameters()) {
+            const qz::modbus::register_entry_t* entry = map.find(p.id);
+            if (p.id == dc::id_clock) { // a Modbus device of this kind has no clock to set
+                QVERIFY(!entry);
+                continue;
+            }
+            QVERIFY2(entry, qPrintable(dc::parameter_name(p.id)));
+            QCOMPARE(entry->name, p.name);
+            // The map's numbers are JSON's: compare them as the device holds them.
+            QCOMPARE(entry->initial.toString(), p.initial.toString());
+            ids.append(p.id);
+        }
+        std::sort(ids.begin(), ids.end());
+        QVector<uint32_t> map_ids = map.ids();
+        std::sort(map_ids.begin(), map_ids.end());
+        QCOMPARE(map_ids, ids);
+    }
+
     void the_scripted_session_runs_against_the_device()
     {
         qz::test::device_process device;

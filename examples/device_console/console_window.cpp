@@ -33,6 +33,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSemaphore>
 #include <QStatusBar>
 
 #include <chrono>
@@ -43,20 +44,6 @@ namespace device_console {
 using qz::gui::log_item;
 using qz::gui::sat_worker;
 using namespace std::chrono_literals;
-
-namespace {
-
-// Combo box choices: display text and the value the device uses.
-QVector<QPair<QString, QVariant>> modes(bool extended)
-{
-    QVector<QPair<QString, QVariant>> items = {
-        {QStringLiteral("Idle"), 0u}, {QStringLiteral("Receive"), 1u}, {QStringLiteral("Transmit"), 2u}};
-    if (extended)
-        items.append({QStringLiteral("Beacon"), 3u});
-    return items;
-}
-
-} // namespace
 
 console_window::console_window(qz::sim::simulated_module& module, QWidget* parent)
     : console_window(std::make_unique<qz::sim::simulated_worker>(nullptr, &module), nullptr, &module, {},
@@ -76,7 +63,6 @@ console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
     : QMainWindow(parent)
     , _device(std::move(device))
     , _faults(module ? std::make_unique<device_faults>(*module) : nullptr)
-    , _worker(std::move(worker))
     , _ui(std::make_unique<Ui::parameter_form>())
 {
     setWindowTitle(tr("Device console"));
@@ -127,7 +113,10 @@ console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
                           .arg(parameter_name(p.id)));
     }
 
-    _worker->moveToThread(&_worker_thread);
+    // From here on the worker's thread owns it, and deletes it once it has finished.
+    worker->moveToThread(&_worker_thread);
+    connect(&_worker_thread, &QThread::finished, worker.get(), &QObject::deleteLater);
+    _worker = worker.release();
     _connect_worker();
     _worker_thread.start();
     select_profile(0);
@@ -136,9 +125,8 @@ console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
 
 console_window::~console_window()
 {
-    // The thread ends before the worker goes; the worker goes before its module (members).
+    // The worker has gone with its thread before the module it drives (a member) goes.
     _stop_worker();
-    _worker.reset();
 }
 
 void console_window::closeEvent(QCloseEvent* event)
@@ -181,23 +169,23 @@ bool console_window::_may_close()
     return false; // Cancel, or the dialog closed
 }
 
-void console_window::showEvent(QShowEvent* event)
-{
-    if (!_worker_thread.isRunning())
-        _worker_thread.start();
-    QMainWindow::showEvent(event);
-}
-
 void console_window::_stop_worker()
 {
-    if (!_worker_thread.isRunning())
+    if (!_worker)
         return;
-    _worker_thread.quit();
-    // Stopped again until the thread is gone: a request that was queued when the first stop came
-    // starts afresh and must be cut short too.
+    // Every request this window made is in the worker's queue by now. A fence queued behind them
+    // runs once they have all ended; each that starts meanwhile is stopped in turn, as a stop cuts
+    // short only the operation in progress.
+    QSemaphore fence;
+    QMetaObject::invokeMethod(
+        _worker, [&fence] { fence.release(); }, Qt::QueuedConnection);
     do
         _worker->stop();
-    while (!_worker_thread.wait(50));
+    while (!fence.tryAcquire(1, 50));
+    // Idle now: the thread ends, and deletes the worker as it finishes.
+    _worker_thread.quit();
+    _worker_thread.wait();
+    _worker = nullptr;
     // The worker's last reports (the stop, the disconnect, the end of the operation) are queued to
     // this window; they reach the log now, before the window goes.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
@@ -317,7 +305,7 @@ void console_window::_build_profiles()
         {{gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 30, 1)},
          {frequency,
           std::make_shared<widget_profile_doublespinbox_t>(true, 430.0, 440.0, 0.01, 2, keep_value)},
-         {mode, std::make_shared<widget_profile_combobox_t>(true, modes(false))},
+         {mode, std::make_shared<widget_profile_combobox_t>(true, mode_choices(false))},
          {unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz"))},
          {address, std::make_shared<widget_profile_spinbox_t>(false, 0, 0xFF, 1)}});
     _profiles.register_profile(
@@ -325,7 +313,7 @@ void console_window::_build_profiles()
         {{gain, std::make_shared<widget_profile_spinbox_t>(true, 0, 60, 2)},
          {frequency,
           std::make_shared<widget_profile_doublespinbox_t>(true, 400.0, 470.0, 0.001, 3, keep_value)},
-         {mode, std::make_shared<widget_profile_combobox_t>(true, modes(true))},
+         {mode, std::make_shared<widget_profile_combobox_t>(true, mode_choices(true))},
          {unit, std::make_shared<widget_profile_label_t>(true, QStringLiteral("MHz (extended)"))},
          {address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
 }
@@ -333,41 +321,40 @@ void console_window::_build_profiles()
 void console_window::_connect_worker()
 {
     // Report signals come from the worker's thread and arrive here queued.
-    connect(_worker.get(), &sat_worker::on_operation_control, this, &console_window::_on_operation);
-    connect(_worker.get(), &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
+    connect(_worker, &sat_worker::on_operation_control, this, &console_window::_on_operation);
+    connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
         const QString& state = _texts.get_connection_state_string(cs);
         _status->setText(tr("Device: %1").arg(state));
         _log->log(log_item::INFO, QStringLiteral("connection: ") + state);
     });
     // Failure texts carry the device's own message: logged printable, as one line.
-    connect(_worker.get(), &sat_worker::on_connection_error, this,
-            [this](const qz::gui::error_descriptor& err) {
-                _log->log(log_item::ERROR,
-                          QStringLiteral("connection error: ")
-                              + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
-            });
-    connect(_worker.get(), &sat_worker::on_operation_error, this,
+    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
+        _log->log(log_item::ERROR,
+                  QStringLiteral("connection error: ")
+                      + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
+    });
+    connect(_worker, &sat_worker::on_operation_error, this,
             [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
                 _log->log(log_item::ERROR,
                           _texts.get_operation_error_string(op) + QStringLiteral(": ")
                               + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
             });
     // Values are logged first, then shown by the session's rules.
-    connect(_worker.get(), &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
+    connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
         _log->log(log_item::QZTTC,
                   QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
     });
-    connect(_worker.get(), &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
+    connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
         _log->log(log_item::QZTTC,
                   QStringLiteral("written %1 = %2").arg(parameter_name(id), format_value(id, value)));
     });
     connect(
-        _worker.get(), &sat_worker::on_get_param_request_error, this,
+        _worker, &sat_worker::on_get_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("read", id, err); });
     connect(
-        _worker.get(), &sat_worker::on_set_param_request_error, this,
+        _worker, &sat_worker::on_set_param_request_error, this,
         [this](uint32_t id, const qz::gui::error_descriptor& err) { _on_parameter_error("write", id, err); });
-    _session->connect_worker(_worker.get());
+    _session->connect_worker(_worker);
 }
 
 void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
@@ -431,7 +418,7 @@ void console_window::_set_busy(bool busy)
 
 void console_window::read_all()
 {
-    if (_busy)
+    if (_busy || !_worker) // busy, or closed: the worker has gone with its thread
         return;
     if (_faults)
         _faults->apply();
@@ -441,7 +428,7 @@ void console_window::read_all()
 
 void console_window::write_changes()
 {
-    if (_busy)
+    if (_busy || !_worker)
         return;
     const QVector<QPair<uint32_t, QVariant>> changes = _session->pending_changes();
     if (changes.isEmpty()) {
@@ -462,7 +449,8 @@ void console_window::discard_changes()
 void console_window::stop()
 {
     _log->log(log_item::WARN, QStringLiteral("stop requested"));
-    _worker->stop();
+    if (_worker)
+        _worker->stop();
 }
 
 void console_window::select_profile(int index)

@@ -21,7 +21,6 @@ class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
-class QShowEvent;
 class QSpinBox;
 
 namespace qz::gui {
@@ -118,8 +117,6 @@ protected:
     /// With pending changes, asks whether to write them first, discard them or stay open; then
     /// stops the worker and lets its last reports reach the log before the window goes.
     void closeEvent(QCloseEvent* event) override;
-    /// Starts the worker's thread again for a window shown after it was closed.
-    void showEvent(QShowEvent* event) override;
 
 private:
     console_window(std::unique_ptr<qz::gui::sat_worker> worker,
@@ -144,8 +141,8 @@ private:
     std::unique_ptr<qz::api::proto::qz_module> _device; // a real device's module, else null
     std::unique_ptr<device_faults> _faults;             // the simulated device's, else null
     QThread _worker_thread;
-    std::unique_ptr<qz::gui::sat_worker> _worker;
-    QVector<uint32_t> _device_ids; // what a read asks for
+    qz::gui::sat_worker* _worker = nullptr; // owned by its thread, which deletes it as it ends
+    QVector<uint32_t> _device_ids;          // what a read asks for
     qz::gui::resource_manager _texts;
 
     std::unique_ptr<Ui::parameter_form> _ui;

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The parameters of the demo's device: ids, names, and the values the simulated device starts with.
+// The parameters of the demo's device, all in this one place: ids, names, the values the
+// simulated device starts with, and the mode choices. The register map beside the program says
+// the same for a Modbus device; a test holds the two to each other.
 #ifndef DEVICE_CONSOLE_DEVICE_PARAMETERS_H
 #define DEVICE_CONSOLE_DEVICE_PARAMETERS_H
 
 #include <qzgui/printable_text.h>
 
 #include <QDateTime>
+#include <QPair>
 #include <QString>
 #include <QVariant>
 #include <QVector>
@@ -46,6 +49,16 @@ inline QVector<parameter_t> parameters()
             {id_clock, QStringLiteral("Device clock"), QDateTime(QDate(2026, 11, 21), QTime(9, 30, 0))},
             {id_address, QStringLiteral("Bus address"), 0x1F},
             {id_mask, QStringLiteral("Interrupt mask"), int(0xFFFF0000u)}};
+}
+
+/// The operating modes' texts and the values the device uses; the extended band adds a beacon.
+inline QVector<QPair<QString, QVariant>> mode_choices(bool extended)
+{
+    QVector<QPair<QString, QVariant>> items = {
+        {QStringLiteral("Idle"), 0u}, {QStringLiteral("Receive"), 1u}, {QStringLiteral("Transmit"), 2u}};
+    if (extended)
+        items.append({QStringLiteral("Beacon"), 3u});
+    return items;
 }
 
 /// "0x0003 Gain (dB)": how the log names a parameter.
