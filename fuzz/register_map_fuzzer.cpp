@@ -53,6 +53,45 @@ void check_entry(const register_map& map, const register_entry_t& e, QSet<uint32
     }
 }
 
+// The hints hold what the loader promises, and the entry's form description agrees with them.
+void check_hints(const register_entry_t& e)
+{
+    const QString who = QStringLiteral("id %1").arg(e.id);
+    const bool number = !e.is_bit() && e.type != type_string;
+    const bool whole = number && !e.scale && e.type != type_float32;
+    check(number || (!e.minimum.isValid() && !e.maximum.isValid() && e.step == 0 && e.decimals == -1),
+          "bounds, steps and decimals belong to numbers", who);
+    check(!e.minimum.isValid() || !e.maximum.isValid() || e.minimum.toDouble() <= e.maximum.toDouble(),
+          "the minimum is not above the maximum", who);
+    for (const QVariant& bound : {e.minimum, e.maximum})
+        if (bound.isValid()) {
+            const std::optional<QVector<uint16_t>> words = e.encode(bound);
+            check(words && e.decode(*words) == bound, "a bound is a value the device holds", who);
+        }
+    check(e.step >= 0 && std::isfinite(e.step), "a step is not below zero", who);
+    check(e.decimals >= -1 && e.decimals <= 10 && (e.decimals == -1 || !whole),
+          "decimals are 0 to 10 of a fraction", who);
+    check(!e.hexadecimal || whole, "hex is for integers without scale", who);
+    check(e.choices.isEmpty() || whole, "choices are for integers without scale", who);
+    QSet<qint64> values;
+    for (const auto& choice : e.choices) {
+        check(!choice.second.isEmpty(), "a choice has a text", who);
+        check(e.admits(choice.first), "a choice is a value a write takes", who);
+        check(!values.contains(choice.first.toLongLong()), "choices have values of their own", who);
+        values.insert(choice.first.toLongLong());
+        const std::optional<QVariant> parsed = e.parse(choice.second);
+        check(parsed.has_value(), "a choice's text reads as a value", who);
+    }
+    check(!e.initial.isValid() || e.admits(e.initial), "the initial value is one a write takes", who);
+    const qz::gui::parameter_description d = e.form_description();
+    check(d.id == e.id && d.choices == e.choices && d.read_only == e.read_only,
+          "the description is the entry's", who);
+    check(!d.minimum.isValid() == !number && !d.maximum.isValid() == !number,
+          "a number's description has bounds", who);
+    if (number)
+        check(d.minimum.toDouble() <= d.maximum.toDouble(), "a description's bounds are in order", who);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
@@ -79,7 +118,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (table.isEmpty())
             table.resize(65536);
         check_entry(map, e, ids, used);
+        check_hints(e);
     }
+    check(map.descriptions().size() == map.entries().size(), "descriptions() describes every entry");
     check(map.ids().size() == map.entries().size(), "ids() names every entry");
     return 0;
 }

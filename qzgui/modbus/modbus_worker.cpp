@@ -122,9 +122,11 @@ void modbus_worker::_set_param(uint32_t id, const QVariant& value)
     const std::optional<QVector<uint16_t>> words = entry.encode(value, &why);
     if (!words)
         refuse(entry, QStringLiteral("%1 does not fit: %2").arg(qz::gui::printable_value(value), why));
-    _modbus->write(entry.table, entry.address, *words);
     // The device holds the encoded value: a float32 is the float nearest to the value given.
     const QVariant written = entry.decode(*words);
+    if (!entry.admits(written, &why))
+        refuse(entry, why);
+    _modbus->write(entry.table, entry.address, *words);
     _cache_parameter_and_emit_signal(id, written, false);
     emit on_set_param(id, written);
 }
@@ -221,7 +223,10 @@ void modbus_worker::sweep_t::read(const QVector<block_t>& blocks)
         return std::make_pair(std::move(request), std::move(error));
     };
 
-    auto [ahead, ahead_error] = send(0, nullptr);
+    // Not structured bindings: a lambda below takes the request, which C++17 allows only of a variable.
+    std::optional<modbus_module::pending_read> ahead;
+    std::optional<error_descriptor> ahead_error;
+    std::tie(ahead, ahead_error) = send(0, nullptr);
     auto [held, held_error] = send(1, ahead ? &*ahead : nullptr);
     for (int b = 0; b < blocks.size() && (ahead || ahead_error); ++b) {
         // A block sent ahead of a stop is dropped. The first was sent just now: a stop since then

@@ -20,23 +20,6 @@ namespace {
 
 using qz::gui::number_text;
 
-// The raw integer range of an integer type, as doubles (exact for every bound).
-std::pair<double, double> raw_range(value_type_e type)
-{
-    switch (type) {
-    case type_int16:
-        return {-32768, 32767};
-    case type_uint16:
-        return {0, 65535};
-    case type_int32:
-        return {double(std::numeric_limits<int32_t>::min()), double(std::numeric_limits<int32_t>::max())};
-    case type_uint32:
-        return {0, double(std::numeric_limits<uint32_t>::max())};
-    default:
-        return {0, 1};
-    }
-}
-
 // A number the variant holds, when it holds one (a bool is not a number here).
 std::optional<double> number_of(const QVariant& value)
 {
@@ -288,7 +271,12 @@ std::optional<QVariant> register_entry_t::parse(const QString& text, QString* wh
         return std::nullopt;
     };
     QVariant value;
-    if (is_bit()) {
+    // A choice may be given by its text: "Transmit" for 2.
+    const auto chosen = std::find_if(choices.cbegin(), choices.cend(),
+                                     [&](const QPair<QVariant, QString>& c) { return c.second == text; });
+    if (chosen != choices.cend()) {
+        value = chosen->first;
+    } else if (is_bit()) {
         if (text == QLatin1String("true") || text == QLatin1String("1"))
             value = true;
         else if (text == QLatin1String("false") || text == QLatin1String("0"))
@@ -332,7 +320,10 @@ std::optional<QVariant> register_entry_t::parse(const QString& text, QString* wh
     if (!words)
         return refuse(fault);
     // The value as the device will hold it: an int for an integer type, the float a float32 is.
-    return type == type_string ? value : decode(*words);
+    const QVariant held = type == type_string ? value : decode(*words);
+    if (!admits(held, &fault))
+        return refuse(fault);
+    return held;
 }
 
 } // namespace qz::modbus

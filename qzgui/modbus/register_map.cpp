@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/modbus/register_map.h"
+#include "qzgui/modbus/register_hints_p.h"
 #include "qzgui/modbus/register_names_p.h"
 
 #include "qzgui/internal/json_file.h"
@@ -23,8 +24,10 @@ constexpr qint64 max_file_size = 16 * 1024 * 1024; // 65,536 registers of four t
 constexpr int max_address = 65535;
 
 const char* const top_keys[] = {"version", "parameters"};
-const char* const parameter_keys[] = {"id",        "name",       "table", "address",   "type",
-                                      "registers", "word_order", "scale", "read_only", "initial"};
+const char* const parameter_keys[] = {"id",        "name",       "table",       "address",   "type",
+                                      "registers", "word_order", "scale",       "read_only", "initial",
+                                      "unit",      "group",      "description", "minimum",   "maximum",
+                                      "step",      "decimals",   "choices",     "format"};
 const char* const required_keys[] = {"id", "table", "address", "type"};
 
 // Edits (insert, delete, replace, swap two neighbours) between @p a and @p b.
@@ -210,6 +213,9 @@ struct loader {
                 fault(QStringLiteral("\"initial\" does not fit: %1").arg(why));
             e.initial = e.decode(*words);
         }
+        read_hints(e, o, fault);
+        if (QString why; e.initial.isValid() && !e.admits(e.initial, &why))
+            fault(QStringLiteral("\"initial\" is not allowed: %1").arg(why));
         return e;
     }
 

@@ -3,8 +3,10 @@
 #define QZGUI_MODBUS_REGISTER_MAP_H
 
 #include "qzgui/modbus/modbus_export.h"
+#include "qzgui/parameter_description.h"
 
 #include <QHash>
+#include <QPair>
 #include <QString>
 #include <QVariant>
 #include <QVector>
@@ -51,6 +53,19 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
     bool read_only = false; ///< writes are refused (always for input and discrete)
     QVariant initial;       ///< the value a simulated device starts with; may be invalid
 
+    // Hints for people and forms, in the parameter's own units (after scale).
+    QString unit;        ///< shown after the value, e.g. "dB"; may be empty
+    QString group;       ///< the group of parameters a form shows it in; may be empty
+    QString description; ///< what the parameter does, for a tool tip; may be empty
+    /// the least value a write takes, as decode() gives values; invalid: what the encoding holds
+    QVariant minimum;
+    /// the greatest value a write takes, as decode() gives values; invalid: what the encoding holds
+    QVariant maximum;
+    double step = 0;                           ///< a form's step; 0: the scale, or 1
+    int decimals = -1;                         ///< a form's digits after the point; -1: as the step needs
+    QVector<QPair<QVariant, QString>> choices; ///< not empty: the values a write takes, with their texts
+    bool hexadecimal = false;                  ///< an integer shown and typed as 0x...
+
     /// @return whether the entry is a bit of a coil or discrete input table
     bool is_bit() const { return table == coil || table == discrete; }
 
@@ -84,14 +99,26 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
      * Reads a value typed by a person (a command line, a form): true/false/1/0 for bits, any
      * text for strings. Every number takes one rule: decimal digits, with a point and an
      * exponent where wanted ("1.5", "2e3"), a sign + or - in front; an integer without scale also
-     * "0x" and hexadecimal digits. No group separators, blanks, "inf" or "nan". The value must
-     * then fit as encode() says.
+     * "0x" and hexadecimal digits. No group separators, blanks, "inf" or "nan". A choice's text
+     * stands for its value. The value must then fit as encode() says, and be one admits() takes.
      * @param why where given, says why a text is refused
      * @return the value as the device will hold it (as decode() gives it back: an int for "1.0"
      *         of an int16, 21.6 for "21.6" of a float32), or nothing when the text names no
      *         value that fits
      */
     std::optional<QVariant> parse(const QString& text, QString* why = nullptr) const;
+
+    /**
+     * Whether a write takes @p value: within minimum() and maximum() where the map sets them, and
+     * one of the choices where it has any.
+     * @param value a value as decode() gives it
+     * @param why where given, says why a value is refused, with the bounds or the choices
+     */
+    bool admits(const QVariant& value, QString* why = nullptr) const;
+
+    /// @return the entry as a form shows it: types, bounds (the encoding's where the map sets
+    ///         none), step, choices and texts; a string's length is two characters a register
+    qz::gui::parameter_description form_description() const;
 };
 
 /**
@@ -99,8 +126,14 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
  * @code{.json}
  * {"version": 1, "parameters": [
  *     {"id": "0x0010", "name": "Gain", "table": "holding", "address": 0, "type": "uint16"},
- *     {"id": "0x0011", "table": "holding", "address": 1, "type": "float32", "word_order": "little"}
+ *     {"id": "0x0011", "table": "holding", "address": 1, "type": "float32", "word_order": "little"},
+ *     {"id": "0x0012", "name": "Mode", "table": "holding", "address": 3, "type": "uint16",
+ *      "group": "Radio", "choices": [{"value": 0, "text": "Idle"}, {"value": 2, "text": "Transmit"}]},
+ *     {"id": "0x0013", "name": "Frequency", "table": "holding", "address": 4, "type": "uint32",
+ *      "scale": 0.001, "unit": "MHz", "minimum": 430, "maximum": 440, "description": "Carrier"}
  * ]}
+ * The optional hints (unit, group, description, minimum, maximum, step, decimals, choices,
+ * "format": "hex") are in the parameter's own units, after scale.
  * @endcode
  * @see register_entry_t
  */
@@ -114,7 +147,11 @@ public:
      * @throws std::runtime_error naming the file, the entry and the fault (a missing or unreadable
      *         file, text that is not JSON, another version, a bad or repeated id, an unknown table
      *         or type, a bool in a register table, registers that overlap in one table or reach
-     *         past address 65535, an initial value that does not fit); nothing is returned then
+     *         past address 65535, an initial value that does not fit, a hint the entry cannot
+     *         have: a bound or choice the encoding cannot hold, a minimum above the maximum, two
+     *         choices with one value or one without text, decimals outside 0..10, a step of zero
+     *         or below, hex on a scaled or non-integer type, a hint of the wrong JSON type);
+     *         nothing is returned then
      */
     static register_map load(const QString& path);
 
@@ -126,6 +163,8 @@ public:
 
     /// @return the entries in the file's order
     const QVector<register_entry_t>& entries() const { return _entries; }
+    /// @return every entry as a form shows it, in the file's order, for qz::gui::build_form()
+    QVector<qz::gui::parameter_description> descriptions() const;
 
 private:
     QVector<register_entry_t> _entries;

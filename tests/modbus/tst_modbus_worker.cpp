@@ -292,6 +292,35 @@ private slots:
         QVERIFY(run_sweep(worker, [&] { worker._get_params({0x10, 0x13, 0x18, 0x16}); }));
         QCOMPARE(log.take(), framed("read", {"get 16 = 99", "get 19 = false", "get 24 = 1.3", "get 22 = 7"}));
     }
+
+    void writes_keep_the_maps_bounds_and_choices()
+    {
+        device_process device;
+        const QString map_path = _map_file(R"({"version": 1, "parameters": [
+            {"id": "0x30", "table": "holding", "address": 0, "type": "int16", "minimum": -10, "maximum": 40},
+            {"id": "0x31", "table": "holding", "address": 1, "type": "uint16",
+             "choices": [{"value": 0, "text": "Idle"}, {"value": 1, "text": "Receive"}, {"value": 2, "text": "Transmit"}]},
+            {"id": "0x32", "table": "holding", "address": 2, "type": "uint32", "scale": 0.001,
+             "minimum": 430, "maximum": 440}
+        ]})");
+        QVERIFY(device.start(map_path));
+        qz::modbus::modbus_module module(device.address());
+        probe_worker worker(nullptr, &module, qz::modbus::register_map::load(map_path));
+        recorder log(worker);
+        const QVector<QPair<uint32_t, QVariant>> writes{{0x30, 41},      {0x30, -11},   {0x30, 40},
+                                                        {0x31, 3u},      {0x31, 2u},    {0x32, 429.999},
+                                                        {0x32, 440.001}, {0x32, 433.92}};
+        QVERIFY(run_sweep(worker, [&] { worker._set_params(writes); }));
+        QCOMPARE(
+            kinds_only(log.take()),
+            framed("write",
+                   {"set_error 48 proto 5", "set_error 48 proto 5", "set 48 = 40", "set_error 49 proto 5",
+                    "set 49 = 2", "set_error 50 proto 5", "set_error 50 proto 5", "set 50 = 433.92"}));
+        // Nothing was sent for a refused value.
+        QCOMPARE(device.requests(),
+                 QStringList({"unit 1: write holding 0 to 0: ok", "unit 1: write holding 1 to 1: ok",
+                              "unit 1: write holding 2 to 3: ok"}));
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_modbus_worker)

@@ -2,9 +2,13 @@
 // Register maps: loading real files, every loader error, and the encoding of each value type.
 #include "qzgui/modbus/register_map.h"
 
+#include "qzgui/form_builder.h"
+#include "qzgui/form_scan.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QWidget>
 #include <qzgui/printable_text.h>
 
 #include <QtTest>
@@ -191,6 +195,82 @@ private slots:
                            {"id": 2, "table": "input", "address": 11, "type": "uint16"},
                            {"id": 3, "table": "holding", "address": 11, "type": "uint16"})")
             << "parameter 3 (id 0x0003): it overlaps parameter 1 (id 0x0001) in the holding table";
+        const auto hinted = [&](const char* type, const char* hints) {
+            return one(
+                (QByteArray("\"table\": \"holding\", \"address\": 0, \"type\": \"") + type + "\", " + hints)
+                    .constData());
+        };
+        QTest::newRow("minimum above maximum")
+            << hinted("int16", R"("minimum": 5, "maximum": 4)")
+            << "parameter 1 (id 0x0010): \"minimum\" 5 is above \"maximum\" 4";
+        QTest::newRow("bound the type cannot hold") << hinted("uint16", R"("minimum": -1)")
+                                                    << "parameter 1 (id 0x0010): \"minimum\" cannot be held: "
+                                                       "uint16 takes whole numbers from 0 to 65535";
+        QTest::newRow("bound between steps") << hinted("int16", R"("scale": 0.1, "maximum": 0.05)")
+                                             << "parameter 1 (id 0x0010): \"maximum\" cannot be held: ";
+        QTest::newRow("bound of a string") << hinted("int16", R"("maximum": "40")")
+                                           << "parameter 1 (id 0x0010): \"maximum\" is not a number";
+        QTest::newRow("bound of a bool")
+            << one(R"("table": "coil", "address": 0, "type": "bool", "maximum": 1)")
+            << "parameter 1 (id 0x0010): \"maximum\" is for numbers only";
+        QTest::newRow("choice the type cannot hold")
+            << hinted("uint16", R"("choices": [{"value": 70000, "text": "Far"}])")
+            << "parameter 1 (id 0x0010): choice 1 cannot be held: uint16 takes whole numbers from 0 to 65535";
+        QTest::newRow("two choices, one value")
+            << hinted("uint16", R"("choices": [{"value": 1, "text": "On"}, {"value": 1, "text": "Also on"}])")
+            << "parameter 1 (id 0x0010): choice 2 has the value of an earlier one, 1";
+        QTest::newRow("choice without text") << hinted("uint16", R"("choices": [{"value": 1}])")
+                                             << "parameter 1 (id 0x0010): choice 1 has no text";
+        QTest::newRow("choice with empty text")
+            << hinted("uint16", R"("choices": [{"value": 1, "text": ""}])")
+            << "parameter 1 (id 0x0010): choice 1 has no text";
+        QTest::newRow("choice with another key")
+            << hinted("uint16", R"("choices": [{"value": 1, "text": "On", "colour": "red"}])")
+            << "parameter 1 (id 0x0010): \"colour\" is not a key of a choice";
+        QTest::newRow("choices not a list") << hinted("uint16", R"("choices": {"value": 1, "text": "On"})")
+                                            << "parameter 1 (id 0x0010): \"choices\" is not a list";
+        QTest::newRow("choices of a float")
+            << hinted("float32", R"("choices": [{"value": 1, "text": "On"}])")
+            << "parameter 1 (id 0x0010): \"choices\" are for integers without scale";
+        QTest::newRow("choice outside the bounds")
+            << hinted("uint16", R"("maximum": 5, "choices": [{"value": 6, "text": "Six"}])")
+            << "parameter 1 (id 0x0010): choice 1: 6 is above the maximum 5";
+        QTest::newRow("decimals past 10")
+            << hinted("float32", R"("decimals": 11)")
+            << "parameter 1 (id 0x0010): \"decimals\" is not a whole number from 0 to 10";
+        QTest::newRow("decimals below 0")
+            << hinted("float32", R"("decimals": -1)")
+            << "parameter 1 (id 0x0010): \"decimals\" is not a whole number from 0 to 10";
+        QTest::newRow("decimals of an integer")
+            << hinted("int16", R"("decimals": 2)")
+            << "parameter 1 (id 0x0010): \"decimals\" are for float32 and scaled values";
+        QTest::newRow("step of zero") << hinted("int16", R"("step": 0)")
+                                      << "parameter 1 (id 0x0010): \"step\" is not a number above zero";
+        QTest::newRow("step below zero") << hinted("float32", R"("step": -0.5)")
+                                         << "parameter 1 (id 0x0010): \"step\" is not a number above zero";
+        QTest::newRow("hex on a scaled value")
+            << hinted("uint16", R"("scale": 2, "format": "hex")")
+            << "parameter 1 (id 0x0010): \"format\": \"hex\" is for integers without scale";
+        QTest::newRow("hex on a float")
+            << hinted("float32", R"("format": "hex")")
+            << "parameter 1 (id 0x0010): \"format\": \"hex\" is for integers without scale";
+        QTest::newRow("another format") << hinted("uint16", R"("format": "octal")")
+                                        << "parameter 1 (id 0x0010): \"format\" is not \"hex\"";
+        QTest::newRow("unit not a string")
+            << hinted("uint16", R"("unit": 5)") << "parameter 1 (id 0x0010): \"unit\" is not a string";
+        QTest::newRow("group not a string") << hinted("uint16", R"("group": ["Radio"])")
+                                            << "parameter 1 (id 0x0010): \"group\" is not a string";
+        QTest::newRow("description not a string")
+            << hinted("uint16", R"("description": true)")
+            << "parameter 1 (id 0x0010): \"description\" is not a string";
+        QTest::newRow("initial outside the bounds")
+            << hinted("int16", R"("maximum": 40, "initial": 41)")
+            << "parameter 1 (id 0x0010): \"initial\" is not allowed: 41 is "
+               "above the maximum 40";
+        QTest::newRow("misspelt hint")
+            << hinted("int16", R"("maximun": 40)")
+            << "parameter 1 (id 0x0010): \"maximun\" is not a key of a parameter (did you "
+               "mean \"maximum\"?)";
         QTest::newRow("string overlap")
             << map_text(R"({"id": 1, "table": "holding", "address": 20, "type": "uint16"},
                            {"id": 2, "table": "holding", "address": 16, "type": "string", "registers": 5})")
@@ -205,6 +285,127 @@ private slots:
         const QString error = load_error(path);
         QVERIFY2(error.startsWith(QDir::toNativeSeparators(path) + QStringLiteral(": ") + fault),
                  qPrintable(error));
+    }
+
+    void hints_are_loaded_and_described()
+    {
+        const QString path = write_map(map_text(R"(
+            {"id": 1, "name": "Gain", "table": "holding", "address": 0, "type": "int16", "unit": "dB",
+             "group": "Radio", "description": "Receive gain", "minimum": -10, "maximum": 40, "step": 2},
+            {"id": 2, "name": "Mode", "table": "holding", "address": 1, "type": "uint16", "group": "Radio",
+             "choices": [{"value": 0, "text": "Idle"}, {"value": 2, "text": "Transmit"}]},
+            {"id": 3, "table": "holding", "address": 2, "type": "uint32", "scale": 0.001, "unit": "MHz",
+             "minimum": 430, "maximum": 440, "decimals": 3},
+            {"id": 4, "table": "holding", "address": 4, "type": "uint16", "format": "hex"},
+            {"id": 5, "table": "holding", "address": 5, "type": "int16", "scale": -0.5},
+            {"id": 6, "table": "holding", "address": 6, "type": "uint32"},
+            {"id": 7, "table": "input", "address": 0, "type": "float32"},
+            {"id": 8, "table": "holding", "address": 8, "type": "string", "registers": 3},
+            {"id": 9, "table": "coil", "address": 0, "type": "bool"},
+            {"id": 10, "table": "holding", "address": 11, "type": "int32", "format": "hex"})"));
+        register_map map;
+        try {
+            map = register_map::load(path);
+        } catch (const std::exception& e) {
+            QFAIL(e.what());
+        }
+        const register_entry_t& gain = *map.find(1);
+        QCOMPARE(gain.unit, QStringLiteral("dB"));
+        QCOMPARE(gain.group, QStringLiteral("Radio"));
+        QCOMPARE(gain.description, QStringLiteral("Receive gain"));
+        QCOMPARE(gain.minimum, QVariant(-10));
+        QCOMPARE(gain.maximum, QVariant(40));
+        QCOMPARE(gain.step, 2.0);
+
+        const QVector<qz::gui::parameter_description> all = map.descriptions();
+        QCOMPARE(all.size(), 10);
+        QCOMPARE(all[0].id, 1u);
+        QCOMPARE(all[0].type, int(QMetaType::Int));
+        QCOMPARE(all[0].name, QStringLiteral("Gain"));
+        QCOMPARE(all[0].minimum, QVariant(-10));
+        QCOMPARE(all[0].maximum, QVariant(40));
+        QCOMPARE(all[1].type, int(QMetaType::UInt));
+        QCOMPARE(all[1].choices.size(), 2);
+        QCOMPARE(all[1].choices[1].first, QVariant(2u));
+        QCOMPARE(all[1].choices[1].first.userType(), int(QMetaType::UInt));
+        QCOMPARE(all[1].choices[1].second, QStringLiteral("Transmit"));
+        // Scaled: a double, in the parameter's units, stepping by the scale unless told otherwise.
+        QCOMPARE(all[2].type, int(QMetaType::Double));
+        QCOMPARE(all[2].minimum, QVariant(430.0));
+        QCOMPARE(all[2].maximum, QVariant(440.0));
+        QCOMPARE(all[2].decimals, 3);
+        QCOMPARE(all[2].step, 0.001);
+        QCOMPARE(all[2].unit, QStringLiteral("MHz"));
+        QVERIFY(all[3].hexadecimal);
+        QCOMPARE(all[3].minimum, QVariant(0u));
+        QCOMPARE(all[3].maximum, QVariant(65535u));
+        // Without bounds, the encoding's: a negative scale turns the raw range round.
+        QCOMPARE(all[4].minimum, QVariant(-16383.5));
+        QCOMPARE(all[4].maximum, QVariant(16384.0));
+        QCOMPARE(all[4].step, 0.5);
+        QCOMPARE(all[5].minimum, QVariant(0u));
+        QCOMPARE(all[5].maximum, QVariant(4294967295u));
+        QCOMPARE(all[6].type, int(QMetaType::Double));
+        // A float32's bounds, as its values: the shortest decimals of the largest floats.
+        QCOMPARE(all[6].maximum, QVariant(3.4028235e38));
+        QCOMPARE(all[6].minimum, QVariant(-3.4028235e38));
+        QVERIFY(all[6].read_only);
+        QCOMPARE(all[7].type, int(QMetaType::QString));
+        QCOMPARE(all[7].max_length, 6);
+        QCOMPARE(all[8].type, int(QMetaType::Bool));
+        QCOMPARE(all[9].type, int(QMetaType::Int));
+        QCOMPARE(all[9].minimum, QVariant(std::numeric_limits<int>::min()));
+
+        // The form a map describes builds, and binds every parameter.
+        std::unique_ptr<QWidget> form;
+        try {
+            form.reset(qz::gui::build_form(all));
+        } catch (const std::exception& e) {
+            QFAIL(e.what());
+        }
+        QCOMPARE(qz::gui::scan_form(form.get()).widgets.keys(), map.ids().toList());
+    }
+
+    void hints_keep_typed_values_data()
+    {
+        QTest::addColumn<uint>("id");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QString>("fault");
+        QTest::newRow("choice by text") << 2u << "Transmit" << QVariant(2u) << QString();
+        QTest::newRow("choice by value") << 2u << "0" << QVariant(0u) << QString();
+        QTest::newRow("not a choice")
+            << 2u << "1" << QVariant() << "1 is not one of the choices: 0 (Idle), 2 (Transmit)";
+        QTest::newRow("text of no choice") << 2u << "Beacon" << QVariant() << "not a number";
+        QTest::newRow("at the maximum") << 1u << "40" << QVariant(40) << QString();
+        QTest::newRow("above the maximum") << 1u << "41" << QVariant() << "41 is above the maximum 40";
+        QTest::newRow("below the minimum") << 1u << "-11" << QVariant() << "-11 is below the minimum -10";
+        QTest::newRow("scaled, past the maximum")
+            << 3u << "440.001" << QVariant() << "440.001 is above the maximum 440";
+        QTest::newRow("scaled, within") << 3u << "433.92" << QVariant(433.92) << QString();
+    }
+
+    void hints_keep_typed_values()
+    {
+        QFETCH(uint, id);
+        QFETCH(QString, text);
+        QFETCH(QVariant, value);
+        QFETCH(QString, fault);
+        const register_map map = register_map::load(write_map(map_text(R"(
+            {"id": 1, "table": "holding", "address": 0, "type": "int16", "minimum": -10, "maximum": 40},
+            {"id": 2, "table": "holding", "address": 1, "type": "uint16",
+             "choices": [{"value": 0, "text": "Idle"}, {"value": 2, "text": "Transmit"}]},
+            {"id": 3, "table": "holding", "address": 2, "type": "uint32", "scale": 0.001, "minimum": 430,
+             "maximum": 440})")));
+        QString why;
+        const std::optional<QVariant> parsed = map.find(id)->parse(text, &why);
+        QCOMPARE(parsed.has_value(), value.isValid());
+        if (parsed) {
+            QCOMPARE(*parsed, value);
+            QCOMPARE(parsed->userType(), value.userType());
+        } else {
+            QVERIFY2(why.startsWith(fault), qPrintable(why));
+        }
     }
 
     void a_missing_file_or_a_directory_is_an_error()

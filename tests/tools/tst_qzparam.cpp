@@ -21,7 +21,10 @@ const QByteArray map_text = R"({"version": 1, "parameters": [
     {"id": "0x0013", "table": "coil", "address": 0, "type": "bool", "initial": true},
     {"id": "0x0014", "table": "holding", "address": 3, "type": "string", "registers": 4, "initial": "pump 1"},
     {"id": "0x12345", "table": "holding", "address": 7, "type": "int32", "initial": -70000},
-    {"id": "0x0015", "table": "holding", "address": 30, "type": "string", "registers": 3, "initial": "x\u0000y\nz"}
+    {"id": "0x0015", "table": "holding", "address": 30, "type": "string", "registers": 3, "initial": "x\u0000y\nz"},
+    {"id": "0x0020", "table": "holding", "address": 40, "type": "uint16", "initial": 0,
+     "choices": [{"value": 0, "text": "Idle"}, {"value": 1, "text": "Receive"}, {"value": 2, "text": "Transmit"}]},
+    {"id": "0x0021", "table": "holding", "address": 41, "type": "int16", "minimum": -10, "maximum": 40, "initial": 12}
 ]})";
 
 // What a finished qzparam run left.
@@ -92,9 +95,10 @@ private slots:
     {
         const run_t run = _qzparam(_on_device({"read"}));
         QCOMPARE(run.err, QStringList());
-        QCOMPARE(run.out,
-                 QStringList({"0x0010 = 12", "0x0011 = 0.1", "0x0012 = 0.3", "0x0013 = true",
-                              "0x0014 = pump 1", "0x12345 = -70000", "0x0015 = x\\u0000y\\u000az"}));
+        QCOMPARE(
+            run.out,
+            QStringList({"0x0010 = 12", "0x0011 = 0.1", "0x0012 = 0.3", "0x0013 = true", "0x0014 = pump 1",
+                         "0x12345 = -70000", "0x0015 = x\\u0000y\\u000az", "0x0020 = 0", "0x0021 = 12"}));
         QCOMPARE(run.status, 0);
     }
 
@@ -129,6 +133,17 @@ private slots:
         run =
             _qzparam(_on_device({"write", "0x10=12", "0x11=0.1", "0x14=pump 1", "0x13=1", "0x12345=-70000"}));
         QCOMPARE(run.status, 0);
+    }
+
+    void a_choice_is_written_by_its_text()
+    {
+        run_t run = _qzparam(_on_device({"write", "0x20=Transmit", "0x21=-10"}));
+        QCOMPARE(run.err, QStringList());
+        QCOMPARE(run.out, QStringList({"0x0020 = 2", "0x0021 = -10"}));
+        QCOMPARE(run.status, 0);
+        run = _qzparam(_on_device({"read", "0x20", "0x21"}));
+        QCOMPARE(run.out, QStringList({"0x0020 = 2", "0x0021 = -10"}));
+        QCOMPARE(_qzparam(_on_device({"write", "0x20=Idle", "0x21=12"})).status, 0);
     }
 
     void a_failed_id_is_reported_and_the_others_go_on()
@@ -203,6 +218,17 @@ private slots:
         QTest::newRow("between two steps")
             << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x12=0.35"}
             << "qzparam: \"0.35\" is not a value of 0x0012: scale 0.1 holds 0.3 and 0.4 nearest, not 0.35";
+        QTest::newRow("not a choice")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x20=Beacon"}
+            << "qzparam: \"Beacon\" is not a value of 0x0020: not a number";
+        QTest::newRow("a choice's value that is none")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x20=3"}
+            << "qzparam: \"3\" is not a value of 0x0020: 3 is not one of the choices: 0 (Idle), 1 (Receive), "
+               "2 "
+               "(Transmit)";
+        QTest::newRow("above the maximum")
+            << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x21=41"}
+            << "qzparam: \"41\" is not a value of 0x0021: 41 is above the maximum 40";
         QTest::newRow("no value") << QStringList{"--device", "DEVICE", "--map", "MAP", "write", "0x10"}
                                   << "qzparam: \"0x10\" is not ID=VALUE";
         QTest::newRow("write nothing")
