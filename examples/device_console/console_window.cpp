@@ -15,6 +15,7 @@
 #include <qzgui/form_session.h>
 #include <qzgui/log_controller.h>
 #include <qzgui/parameter_file.h>
+#include <qzgui/worker_thread.h>
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -33,7 +34,6 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSemaphore>
 #include <QStatusBar>
 
 #include <chrono>
@@ -113,12 +113,10 @@ console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
                           .arg(parameter_name(p.id)));
     }
 
-    // From here on the worker's thread owns it, and deletes it once it has finished.
-    worker->moveToThread(&_worker_thread);
-    connect(&_worker_thread, &QThread::finished, worker.get(), &QObject::deleteLater);
-    _worker = worker.release();
+    // From here on the worker's thread owns it, and deletes it as the thread ends.
+    _worker_thread = std::make_unique<qz::gui::worker_thread>(std::move(worker));
+    _worker = _worker_thread->worker();
     _connect_worker();
-    _worker_thread.start();
     select_profile(0);
     resize(960, 720);
 }
@@ -173,18 +171,7 @@ void console_window::_stop_worker()
 {
     if (!_worker)
         return;
-    // Every request this window made is in the worker's queue by now. A fence queued behind them
-    // runs once they have all ended; each that starts meanwhile is stopped in turn, as a stop cuts
-    // short only the operation in progress.
-    QSemaphore fence;
-    QMetaObject::invokeMethod(
-        _worker, [&fence] { fence.release(); }, Qt::QueuedConnection);
-    do
-        _worker->stop();
-    while (!fence.tryAcquire(1, 50));
-    // Idle now: the thread ends, and deletes the worker as it finishes.
-    _worker_thread.quit();
-    _worker_thread.wait();
+    _worker_thread->end();
     _worker = nullptr;
     // The worker's last reports (the stop, the disconnect, the end of the operation) are queued to
     // this window; they reach the log now, before the window goes.

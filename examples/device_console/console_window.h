@@ -8,9 +8,12 @@
 #include <qzgui/widget_profile_controller.h>
 
 #include <QMainWindow>
-#include <QThread>
 
 #include <memory>
+
+namespace qz::gui {
+class worker_thread;
+}
 
 class QAction;
 class QCheckBox;
@@ -140,8 +143,8 @@ private:
     // Destroyed in this order, last member first: the worker before the module it drives.
     std::unique_ptr<qz::api::proto::qz_module> _device; // a real device's module, else null
     std::unique_ptr<device_faults> _faults;             // the simulated device's, else null
-    QThread _worker_thread;
-    qz::gui::sat_worker* _worker = nullptr; // owned by its thread, which deletes it as it ends
+    std::unique_ptr<qz::gui::worker_thread> _worker_thread;
+    qz::gui::sat_worker* _worker = nullptr; // the thread's, until it ends
     QVector<uint32_t> _device_ids;          // what a read asks for
     qz::gui::resource_manager _texts;
 
