@@ -1,0 +1,362 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "panel_window.h"
+
+#include <qzgui/form_builder.h>
+#include <qzgui/form_session.h>
+#include <qzgui/log_controller.h>
+#include <qzgui/modbus/modbus_module.h>
+#include <qzgui/modbus/modbus_worker.h>
+#include <qzgui/parameter_file.h>
+#include <qzgui/parameter_id.h>
+#include <qzgui/printable_text.h>
+#include <qzgui/ui_controller.h>
+#include <qzgui/worker_thread.h>
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+#include <stdexcept>
+
+namespace qz::panel {
+
+using qz::gui::log_item;
+using qz::gui::sat_worker;
+
+panel_window::panel_window(const qz::modbus::register_map& map,
+                           std::unique_ptr<qz::modbus::modbus_module> module, const QString& address,
+                           QWidget* parent)
+    : QMainWindow(parent)
+    , _map(map)
+    , _module(std::move(module))
+{
+    setWindowTitle(tr("qzpanel - %1").arg(address));
+    // The catalogue's texts alone; each failure line adds what the device said (_log_error()).
+    _texts.set_verbose_level(0);
+    _log_list = new QListWidget;
+    _log_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    _log = std::make_unique<qz::gui::log_controller>(this, QStringLiteral("qzpanel"), _log_list);
+
+    // The whole form from the map, in a scroll area: a map of a thousand parameters stays usable.
+    QWidget* form = qz::gui::build_form(_map.descriptions());
+    auto* scroll = new QScrollArea;
+    scroll->setWidgetResizable(true);
+    scroll->setWidget(form);
+    _bindings = qz::gui::scan_form(form);
+    _form = std::make_unique<qz::gui::ui_controller>(&_bindings.widgets, &_bindings.hints);
+    _session = std::make_unique<qz::gui::form_session>(_form.get(), &_bindings.widgets, &_bindings.hints);
+    _session->set_value_formatter(
+        [this](uint32_t id, const QVariant& value) { return _value_text(id, value); });
+    connect(_session.get(), &qz::gui::form_session::on_pending_kept, this,
+            [this](uint32_t id, const QVariant& shown, const QVariant& device) {
+                _log->log(log_item::INFO,
+                          tr("%1: %2 is pending, the device holds %3")
+                              .arg(_name(id), _value_text(id, shown), _value_text(id, device)));
+            });
+    connect(_session.get(), &qz::gui::form_session::on_value_not_shown, this,
+            [this](uint32_t id, const QVariant&, const QString& text) {
+                _log->log(log_item::WARN, _name(id) + QStringLiteral(": ") + text);
+            });
+    // Nothing of the device's is shown before it is read: no made-up 0 or first choice.
+    for (auto it = _bindings.widgets.cbegin(); it != _bindings.widgets.cend(); ++it) {
+        _unread.insert(it.key());
+        auto* field = static_cast<QWidget*>(it->second);
+        field->setEnabled(false);
+        if (auto* box = qobject_cast<QCheckBox*>(field))
+            box->setCheckState(Qt::PartiallyChecked);
+    }
+
+    _read = new QPushButton(tr("Read"));
+    _write = new QPushButton(tr("Write"));
+    _discard = new QPushButton(tr("Discard"));
+    _stop = new QPushButton(tr("Stop"));
+    _stop->setEnabled(false);
+    auto* buttons = new QHBoxLayout;
+    for (QPushButton* button : {_read, _write, _discard, _stop})
+        buttons->addWidget(button);
+    buttons->addStretch(1);
+    connect(_read, &QPushButton::clicked, this, &panel_window::read_all);
+    connect(_write, &QPushButton::clicked, this, &panel_window::write_changes);
+    connect(_discard, &QPushButton::clicked, this, &panel_window::discard_changes);
+    connect(_stop, &QPushButton::clicked, this, &panel_window::stop);
+
+    auto* central = new QWidget;
+    auto* layout = new QVBoxLayout(central);
+    layout->addWidget(scroll, 3);
+    layout->addLayout(buttons);
+    layout->addWidget(_log_list, 1);
+    setCentralWidget(central);
+    _status =
+        new QLabel(tr("Device: %1").arg(_texts.get_connection_state_string(sat_worker::state_disconnected)));
+    statusBar()->addWidget(_status);
+
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("&Save parameters..."), this, &panel_window::_ask_save);
+    file->addAction(tr("&Load parameters..."), this, &panel_window::_ask_load);
+    file->addSeparator();
+    file->addAction(tr("&Quit"), this, &QWidget::close);
+
+    _thread = std::make_unique<qz::gui::worker_thread>(
+        std::make_unique<qz::modbus::modbus_worker>(nullptr, _module.get(), _map));
+    _worker = _thread->worker();
+    _connect_worker();
+    _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
+    resize(900, 800);
+}
+
+panel_window::~panel_window()
+{
+    _end_worker();
+}
+
+QString panel_window::_name(uint32_t id) const
+{
+    const qz::modbus::register_entry_t* entry = _map.find(id);
+    const QString text = qz::gui::short_parameter_id_text(id);
+    return entry && !entry->name.isEmpty() ? text + QLatin1Char(' ') + qz::gui::printable_text(entry->name)
+                                           : text;
+}
+
+QString panel_window::_value_text(uint32_t id, const QVariant& value) const
+{
+    const qz::modbus::register_entry_t* entry = _map.find(id);
+    if (entry && entry->hexadecimal)
+        return QStringLiteral("0x") + QString::number(value.toUInt(), 16).toUpper();
+    if (entry)
+        for (const auto& choice : entry->choices)
+            if (choice.first == value)
+                return QStringLiteral("%1 (%2)").arg(value.toString(),
+                                                     qz::gui::printable_text(choice.second));
+    return qz::gui::printable_value(value);
+}
+
+void panel_window::_connect_worker()
+{
+    connect(_worker, &sat_worker::on_operation_control, this,
+            [this](sat_worker::operation_type_e op, sat_worker::operation_status_e status) {
+                _log->log(log_item::INFO, _texts.get_operation_type_string(op, status));
+                if (status == sat_worker::status_begin)
+                    return;
+                _set_busy(false);
+                emit operation_finished();
+            });
+    connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
+        const QString& text = _texts.get_connection_state_string(state);
+        _status->setText(tr("Device: %1").arg(text));
+        _log->log(log_item::INFO, QStringLiteral("connection: ") + text);
+    });
+    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
+        _log->log(log_item::ERROR,
+                  QStringLiteral("connection error: ")
+                      + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
+    });
+    connect(_worker, &sat_worker::on_operation_error, this,
+            [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
+                _log->log(log_item::ERROR,
+                          _texts.get_operation_error_string(op) + QStringLiteral(": ")
+                              + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
+            });
+    // Marked read before the session shows the value, so the field is ready for it.
+    connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
+        _mark_read(id);
+        _log->log(log_item::QZTTC, QStringLiteral("read %1 = %2").arg(_name(id), _value_text(id, value)));
+    });
+    connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
+        _log->log(log_item::QZTTC, QStringLiteral("written %1 = %2").arg(_name(id), _value_text(id, value)));
+    });
+    connect(_worker, &sat_worker::on_get_param_request_error, this,
+            [this](uint32_t id, const qz::gui::error_descriptor& err) {
+                _log_error(QStringLiteral("read"), id, err);
+            });
+    connect(_worker, &sat_worker::on_set_param_request_error, this,
+            [this](uint32_t id, const qz::gui::error_descriptor& err) {
+                _log_error(QStringLiteral("write"), id, err);
+            });
+    _session->connect_worker(_worker);
+}
+
+void panel_window::_log_error(const QString& what, uint32_t id, const qz::gui::error_descriptor& err)
+{
+    // The catalogue's text, with what the device said.
+    QString text = _texts.get_error_descriptor_string(err);
+    if (const QString detail = qz::gui::failure_detail(err.message); !detail.isEmpty())
+        text += QStringLiteral(": ") + detail;
+    text = qz::gui::printable_text(text);
+    _log->log(log_item::ERROR, QStringLiteral("%1 %2: %3").arg(what, _name(id), text));
+    _session->mark_failed(id, text);
+}
+
+void panel_window::_mark_read(uint32_t id)
+{
+    if (!_unread.remove(id))
+        return;
+    QWidget* w = field(id);
+    if (!w)
+        return;
+    // A read-only check or combo box stays disabled, as the form made it.
+    const qz::modbus::register_entry_t* entry = _map.find(id);
+    const bool fixed =
+        entry && entry->read_only && (qobject_cast<QCheckBox*>(w) || qobject_cast<QComboBox*>(w));
+    w->setEnabled(!fixed);
+    if (auto* box = qobject_cast<QCheckBox*>(w))
+        box->setTristate(false);
+}
+
+void panel_window::_set_busy(bool busy)
+{
+    _busy = busy;
+    _read->setEnabled(!busy);
+    _write->setEnabled(!busy);
+    _stop->setEnabled(busy);
+}
+
+void panel_window::read_all()
+{
+    if (_busy || !_worker)
+        return;
+    _set_busy(true);
+    emit _worker->get_params(_map.ids());
+}
+
+void panel_window::write_changes()
+{
+    if (_busy || !_worker)
+        return;
+    QVector<QPair<uint32_t, QVariant>> changes = _session->pending_changes();
+    if (changes.isEmpty()) {
+        _log->log(log_item::WARN, QStringLiteral("nothing to write: no field was changed"));
+        return;
+    }
+    // A 32-bit hex field holds its bits as int; an unsigned parameter takes them as uint.
+    for (auto& change : changes) {
+        const qz::modbus::register_entry_t* entry = _map.find(change.first);
+        if (entry && entry->hexadecimal && entry->type == qz::modbus::type_uint32)
+            change.second = QVariant(change.second.toUInt());
+    }
+    _set_busy(true);
+    emit _worker->set_params(changes);
+}
+
+void panel_window::discard_changes()
+{
+    _session->discard_changes();
+}
+
+void panel_window::stop()
+{
+    _log->log(log_item::WARN, QStringLiteral("stop requested"));
+    if (_worker)
+        _worker->stop();
+}
+
+QString panel_window::save_parameters(const QString& path)
+{
+    // What the fields show, except fields that never held a value of the device's or the user's.
+    QMap<uint32_t, QVariant> values = qz::gui::read_form_values(_bindings.widgets);
+    for (const uint32_t id : std::as_const(_unread))
+        if (!_session->is_pending(id))
+            values.remove(id);
+    try {
+        qz::gui::save_parameters(path, values);
+    } catch (const std::exception& e) {
+        _log->log(log_item::ERROR, qz::gui::printable_text(QString::fromUtf8(e.what())));
+        return QString::fromUtf8(e.what());
+    }
+    _log->log(log_item::INFO, QStringLiteral("saved %1 values to %2").arg(values.size()).arg(path));
+    return QString();
+}
+
+QString panel_window::load_parameters(const QString& path)
+{
+    QMap<uint32_t, QVariant> values;
+    try {
+        values = qz::gui::load_parameters(path);
+    } catch (const std::exception& e) {
+        _log->log(log_item::ERROR, qz::gui::printable_text(QString::fromUtf8(e.what())));
+        return QString::fromUtf8(e.what());
+    }
+    const QVector<uint32_t> unbound = _session->apply_values(values);
+    // A loaded value is the user's: its field takes edits from now on.
+    for (const uint32_t id : pending_ids())
+        if (_unread.contains(id))
+            field(id)->setEnabled(true);
+    _log->log(log_item::INFO,
+              QStringLiteral("loaded %1 values from %2 as pending changes").arg(values.size()).arg(path));
+    for (const uint32_t id : unbound)
+        _log->log(log_item::WARN,
+                  QStringLiteral("%1: not in the register map; left alone")
+                      .arg(qz::gui::short_parameter_id_text(id)));
+    return QString();
+}
+
+QWidget* panel_window::field(uint32_t id) const
+{
+    return static_cast<QWidget*>(_bindings.widgets.value(id).second);
+}
+
+QVector<uint32_t> panel_window::pending_ids() const
+{
+    return _session->pending_ids();
+}
+
+void panel_window::_ask_save()
+{
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save parameters"), QString(),
+                                                      tr("Parameter files (*.json);;All files (*)"));
+    if (path.isEmpty())
+        return;
+    if (const QString error = save_parameters(path); !error.isEmpty())
+        QMessageBox::warning(this, tr("Save parameters"), error);
+}
+
+void panel_window::_ask_load()
+{
+    const QString path = QFileDialog::getOpenFileName(this, tr("Load parameters"), QString(),
+                                                      tr("Parameter files (*.json);;All files (*)"));
+    if (path.isEmpty())
+        return;
+    if (const QString error = load_parameters(path); !error.isEmpty())
+        QMessageBox::warning(this, tr("Load parameters"), error);
+}
+
+void panel_window::closeEvent(QCloseEvent* event)
+{
+    const int pending = pending_ids().size();
+    if (pending > 0
+        && QMessageBox::question(
+               this, tr("qzpanel"),
+               tr("%n field(s) hold changes that are not on the device. Close and lose them?", nullptr,
+                  pending),
+               QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel)
+            != QMessageBox::Discard) {
+        event->ignore();
+        return;
+    }
+    if (pending > 0)
+        _log->log(log_item::INFO, QStringLiteral("closing: pending changes discarded"));
+    _end_worker();
+    QMainWindow::closeEvent(event);
+}
+
+void panel_window::_end_worker()
+{
+    if (!_worker)
+        return;
+    _thread->end();
+    _worker = nullptr;
+    // The worker's last reports are queued to this window; they reach the log before it goes.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+} // namespace qz::panel
