@@ -134,6 +134,7 @@ private:
                        qz::gui::sat_worker::operation_status_e status);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
     void _set_busy(bool busy);
+    void _clear_unread_fields();
     void _stop_worker();
     void _ask_save_parameters();
     void _ask_load_parameters();

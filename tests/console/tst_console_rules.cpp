@@ -30,6 +30,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSpinBox>
@@ -127,6 +128,35 @@ private slots:
     {
         _window.reset();
         _module.reset();
+    }
+
+    void fields_show_no_value_before_the_first_read()
+    {
+        const auto shows_nothing = [this] {
+            QCOMPARE(window().output_field()->checkState(), Qt::PartiallyChecked);
+            QCOMPARE(window().name_field()->text(), QString());
+            QCOMPARE(window().gain_field()->cleanText(), QString());
+            QCOMPARE(static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency))->cleanText(), QString());
+            QCOMPARE(static_cast<QComboBox*>(window().field(dc::id_mode))->currentIndex(), -1);
+            QCOMPARE(static_cast<QLabel*>(window().field(dc::id_firmware))->text(), QString());
+            auto* level = static_cast<QProgressBar*>(window().field(dc::id_level));
+            QVERIFY(level->value() < level->minimum());
+            QVERIFY(window().pending_ids().isEmpty());
+        };
+        shows_nothing();
+        // A profile refills the mode's items and sets new ranges; still nothing looks read.
+        window().select_profile(1);
+        shows_nothing();
+        window().select_profile(0);
+        read();
+        QCOMPARE(window().output_field()->checkState(), Qt::Checked);
+        QVERIFY(!window().output_field()->isTristate());
+        QCOMPARE(window().gain_field()->value(), 12);
+        QCOMPARE(window().gain_field()->cleanText(), QStringLiteral("12"));
+        QCOMPARE(static_cast<QComboBox*>(window().field(dc::id_mode))->currentText(),
+                 QStringLiteral("Receive"));
+        QCOMPARE(static_cast<QLabel*>(window().field(dc::id_firmware))->text(), QStringLiteral("2.4.1"));
+        check_form_matches_device("after the first read");
     }
 
     void a_failure_line_says_what_the_device_said()
