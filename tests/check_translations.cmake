@@ -1,6 +1,10 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # cmake -P script: runs lupdate over copies of the .ts files and fails if that changes them, i.e.
-# when a translatable text was added, changed or removed without `--target qzgui_lupdate`.
+# when a translatable text was added, changed or removed without the update target
+# (UPDATE_TARGET: qzgui_lupdate unless given).
+if(NOT UPDATE_TARGET)
+    set(UPDATE_TARGET qzgui_lupdate)
+endif()
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(GLOB ts_files "${TS_DIR}/*.ts")
 file(COPY ${ts_files} DESTINATION "${WORK_DIR}")
@@ -19,6 +23,6 @@ foreach(ts IN LISTS ts_files)
     file(READ "${ts}" before)
     file(READ "${WORK_DIR}/${name}" after)
     if(NOT before STREQUAL after)
-        message(FATAL_ERROR "${name} is out of date: run cmake --build <build> --target qzgui_lupdate")
+        message(FATAL_ERROR "${name} is out of date: run cmake --build <build> --target ${UPDATE_TARGET}")
     endif()
 endforeach()

@@ -16,6 +16,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTranslator>
 #include <QtTest>
 
 #include <memory>
@@ -238,6 +239,20 @@ private slots:
         QVERIFY(dialog.serial_button()->isChecked());
         QCOMPARE(dialog.address(), QStringLiteral("rtu:/dev/ttyS1?baud=9600&parity=odd&unit=3"));
     }
+
+#ifdef QZPANEL_QM
+    void the_dialog_speaks_german()
+    {
+        QTranslator translator;
+        QVERIFY(translator.load(QStringLiteral(QZPANEL_QM)));
+        QCoreApplication::installTranslator(&translator);
+        qz::panel::connect_dialog dialog;
+        QCoreApplication::removeTranslator(&translator);
+        QCOMPARE(dialog.windowTitle(), QStringLiteral("Mit einem Gerät verbinden"));
+        QCOMPARE(dialog.tcp_button()->text(), QStringLiteral("TCP"));
+        QCOMPARE(dialog.serial_button()->text(), QStringLiteral("Serielle Schnittstelle (RTU)"));
+    }
+#endif
 
     void the_program_reads_and_saves_a_picture()
     {

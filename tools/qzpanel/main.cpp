@@ -11,10 +11,12 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QLocale>
 #include <QMessageBox>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTimer>
+#include <QTranslator>
 
 #include <cstdio>
 #include <cstring>
@@ -77,6 +79,22 @@ void settle_log_location()
     }
 }
 
+// The library's texts and qzpanel's own in the user's language, where translated: from beside
+// the installed program, else from the build tree.
+void install_translators(QCoreApplication& app)
+{
+    const QStringList dirs{QCoreApplication::applicationDirPath() + QStringLiteral("/" QZPANEL_QM_FROM_BIN),
+                           QStringLiteral(QZPANEL_BUILD_QM_DIR)};
+    for (const char* name : {"qzgui", "qzpanel"}) {
+        auto* translator = new QTranslator(&app);
+        for (const QString& dir : dirs)
+            if (translator->load(QLocale(), QLatin1String(name), QStringLiteral("_"), dir)) {
+                QCoreApplication::installTranslator(translator);
+                break;
+            }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -88,6 +106,7 @@ int main(int argc, char** argv)
     }
     QApplication app(argc, argv);
     name_application();
+    install_translators(app);
     options_t options;
     options.parser.process(app);
     settle_log_location();

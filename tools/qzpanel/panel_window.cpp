@@ -61,7 +61,7 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     connect(_session.get(), &qz::gui::form_session::on_pending_kept, this,
             [this](uint32_t id, const QVariant& shown, const QVariant& device) {
                 _log->log(log_item::INFO,
-                          tr("%1: %2 is pending, the device holds %3")
+                          QStringLiteral("%1: %2 is pending, the device holds %3")
                               .arg(_name(id), _value_text(id, shown), _value_text(id, device)));
             });
     connect(_session.get(), &qz::gui::form_session::on_value_not_shown, this,

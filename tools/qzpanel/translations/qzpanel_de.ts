@@ -1,0 +1,149 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE">
+<context>
+    <name>qz::panel::connect_dialog</name>
+    <message>
+        <source>TCP</source>
+        <translation>TCP</translation>
+    </message>
+    <message>
+        <source>Serial port (RTU)</source>
+        <translation>Serielle Schnittstelle (RTU)</translation>
+    </message>
+    <message>
+        <source>Connect to a device</source>
+        <translation>Mit einem Gerät verbinden</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
+    </message>
+    <message>
+        <source>even</source>
+        <translation>gerade</translation>
+    </message>
+    <message>
+        <source>odd</source>
+        <translation>ungerade</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation> ms</translation>
+    </message>
+    <message>
+        <source>Browse...</source>
+        <translation>Durchsuchen...</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Verbindung</translation>
+    </message>
+    <message>
+        <source>Host</source>
+        <translation>Rechner</translation>
+    </message>
+    <message>
+        <source>TCP port</source>
+        <translation>TCP-Port</translation>
+    </message>
+    <message>
+        <source>Serial port</source>
+        <translation>Serielle Schnittstelle</translation>
+    </message>
+    <message>
+        <source>Baud rate</source>
+        <translation>Baudrate</translation>
+    </message>
+    <message>
+        <source>Parity</source>
+        <translation>Parität</translation>
+    </message>
+    <message>
+        <source>Unit id</source>
+        <translation>Unit-ID</translation>
+    </message>
+    <message>
+        <source>Register map</source>
+        <translation>Registerkarte</translation>
+    </message>
+    <message>
+        <source>Time-out of a request</source>
+        <translation>Zeitlimit einer Anfrage</translation>
+    </message>
+    <message>
+        <source>Repeats of a request</source>
+        <translation>Wiederholungen einer Anfrage</translation>
+    </message>
+    <message>
+        <source>Register maps (*.json);;All files (*)</source>
+        <translation>Registerkarten (*.json);;Alle Dateien (*)</translation>
+    </message>
+</context>
+<context>
+    <name>qz::panel::panel_window</name>
+    <message>
+        <source>qzpanel - %1</source>
+        <translation>qzpanel - %1</translation>
+    </message>
+    <message>
+        <source>Read</source>
+        <translation>Lesen</translation>
+    </message>
+    <message>
+        <source>Write</source>
+        <translation>Schreiben</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Verwerfen</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Device: %1</source>
+        <translation>Gerät: %1</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Save parameters...</source>
+        <translation>Parameter &amp;speichern...</translation>
+    </message>
+    <message>
+        <source>&amp;Load parameters...</source>
+        <translation>Parameter &amp;laden...</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>Save parameters</source>
+        <translation>Parameter speichern</translation>
+    </message>
+    <message>
+        <source>Parameter files (*.json);;All files (*)</source>
+        <translation>Parameterdateien (*.json);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>Load parameters</source>
+        <translation>Parameter laden</translation>
+    </message>
+    <message>
+        <source>qzpanel</source>
+        <translation>qzpanel</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n field(s) hold changes that are not on the device. Close and lose them?</source>
+        <translation>
+            <numerusform>%n Feld enthält eine Änderung, die nicht auf dem Gerät ist. Schließen und sie verwerfen?</numerusform>
+            <numerusform>%n Felder enthalten Änderungen, die nicht auf dem Gerät sind. Schließen und sie verwerfen?</numerusform>
+        </translation>
+    </message>
+</context>
+</TS>
