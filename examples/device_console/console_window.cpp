@@ -15,6 +15,7 @@
 #include <qzgui/form_session.h>
 #include <qzgui/log_controller.h>
 #include <qzgui/parameter_file.h>
+#include <qzgui/worker_log.h>
 #include <qzgui/worker_thread.h>
 
 #include <QCheckBox>
@@ -308,24 +309,11 @@ void console_window::_build_profiles()
 void console_window::_connect_worker()
 {
     // Report signals come from the worker's thread and arrive here queued.
+    qz::gui::log_worker_reports(_worker, _log.get(), &_texts, this);
     connect(_worker, &sat_worker::on_operation_control, this, &console_window::_on_operation);
     connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
-        const QString& state = _texts.get_connection_state_string(cs);
-        _status->setText(tr("Device: %1").arg(state));
-        _log->log(log_item::INFO, QStringLiteral("connection: ") + state);
+        _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(cs)));
     });
-    // Failure texts carry the device's own message: logged printable, as one line.
-    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
-        _log->log(log_item::ERROR,
-                  QStringLiteral("connection error: ")
-                      + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
-    });
-    connect(_worker, &sat_worker::on_operation_error, this,
-            [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
-                _log->log(log_item::ERROR,
-                          _texts.get_operation_error_string(op) + QStringLiteral(": ")
-                              + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
-            });
     // Values are logged first, then shown by the session's rules.
     connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
         // A check box left half-checked before its first value takes two states again.
@@ -349,7 +337,7 @@ void console_window::_connect_worker()
 
 void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
 {
-    _log->log(log_item::INFO, _texts.get_operation_type_string(op, status));
+    Q_UNUSED(op)
     if (status == sat_worker::status_begin)
         return;
     _set_busy(false);
@@ -385,11 +373,7 @@ void console_window::_on_parameter_error(const char* what, uint32_t id, const qz
 {
     // The catalogue's text, and what the device said: the whole message in the verbose log, its
     // detail otherwise ("Modbus exception 0x02 (illegal data address)", "read-only").
-    QString text = _texts.get_error_descriptor_string(err);
-    if (const QString detail = qz::gui::failure_detail(err.message);
-        !_texts.get_verbose_level() && !detail.isEmpty())
-        text += QStringLiteral(": ") + detail;
-    text = qz::gui::printable_text(text);
+    const QString text = qz::gui::failure_line(_texts, err);
     _log->log(log_item::ERROR,
               QStringLiteral("%1 %2: %3").arg(QLatin1String(what), parameter_name(id), text));
     _session->mark_failed(id, text);

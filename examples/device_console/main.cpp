@@ -14,33 +14,16 @@
 #include <qzgui/modbus/register_map.h>
 #endif
 
+#include <qzgui/application_setup.h>
 #include <qzgui/sat_worker.h>
-#include <qzgui/settings_keys.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QDir>
-#include <QSettings>
-#include <QStandardPaths>
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 namespace {
-
-// On the first start the log goes to a per-user directory, never to the file system's root.
-void ensure_log_location()
-{
-    QSettings settings;
-    const QString key = QLatin1String(qz::gui::log_location_key);
-    if (!settings.value(key).toString().isEmpty())
-        return;
-    const QString logs =
-        QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + QStringLiteral("/logs");
-    QDir().mkpath(logs);
-    settings.setValue(key, logs);
-}
 
 void name_application()
 {
@@ -76,15 +59,6 @@ struct options_t {
     }
 };
 
-bool asks_for_help(int argc, char** argv)
-{
-    for (int i = 1; i < argc; ++i)
-        for (const char* help : {"-h", "--help", "-?", "--help-all"})
-            if (std::strcmp(argv[i], help) == 0)
-                return true;
-    return false;
-}
-
 // The console for the Modbus device @p address, or null when the build has no Modbus.
 // @throws std::exception for a bad address or map
 std::unique_ptr<device_console::console_window> modbus_console(const QString& address,
@@ -108,7 +82,7 @@ int main(int argc, char** argv)
 {
     // Help needs no display: a core application answers it, and ends the program, before the
     // widget application would open one.
-    if (asks_for_help(argc, argv)) {
+    if (qz::gui::asks_for_help(argc, argv)) {
         QCoreApplication core(argc, argv);
         name_application();
         options_t().parser.process(core);
@@ -118,7 +92,8 @@ int main(int argc, char** argv)
     options_t options;
     options.parser.process(app);
 
-    ensure_log_location();
+    // On the first start the log goes to a per-user directory, never to the file system's root.
+    qz::gui::ensure_log_location();
     // Before the first request from this thread reaches the worker's thread.
     qz::gui::register_meta_types();
 

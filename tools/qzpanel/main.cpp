@@ -4,22 +4,18 @@
 #include "connect_dialog.h"
 #include "panel_window.h"
 
+#include <qzgui/application_setup.h>
 #include <qzgui/modbus/modbus_module.h>
 #include <qzgui/modbus/register_map.h>
-#include <qzgui/settings_keys.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QDir>
 #include <QLocale>
 #include <QMessageBox>
-#include <QSettings>
-#include <QStandardPaths>
 #include <QTimer>
 #include <QTranslator>
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 namespace {
@@ -57,28 +53,6 @@ struct options_t {
     }
 };
 
-bool asks_for_help(int argc, char** argv)
-{
-    for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "-h") == 0 || std::strcmp(argv[i], "--help") == 0
-            || std::strcmp(argv[i], "-?") == 0 || std::strcmp(argv[i], "--help-all") == 0)
-            return true;
-    return false;
-}
-
-// The log goes to a per-user directory unless the settings name one.
-void settle_log_location()
-{
-    QSettings settings;
-    const QString key = QLatin1String(qz::gui::log_location_key);
-    if (settings.value(key).toString().isEmpty()) {
-        const QString logs =
-            QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + QStringLiteral("/logs");
-        QDir().mkpath(logs);
-        settings.setValue(key, logs);
-    }
-}
-
 // The library's texts and qzpanel's own in the user's language, where translated: from beside
 // the installed program, else from the build tree.
 void install_translators(QCoreApplication& app)
@@ -99,7 +73,7 @@ void install_translators(QCoreApplication& app)
 
 int main(int argc, char** argv)
 {
-    if (asks_for_help(argc, argv)) {
+    if (qz::gui::asks_for_help(argc, argv)) {
         QCoreApplication core(argc, argv);
         name_application();
         options_t().parser.process(core);
@@ -109,7 +83,7 @@ int main(int argc, char** argv)
     install_translators(app);
     options_t options;
     options.parser.process(app);
-    settle_log_location();
+    qz::gui::ensure_log_location();
     qz::gui::register_meta_types();
 
     QString address = options.parser.value(options.device);

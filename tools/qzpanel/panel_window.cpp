@@ -10,6 +10,7 @@
 #include <qzgui/parameter_id.h>
 #include <qzgui/printable_text.h>
 #include <qzgui/ui_controller.h>
+#include <qzgui/worker_log.h>
 #include <qzgui/worker_thread.h>
 
 #include <QCheckBox>
@@ -143,30 +144,17 @@ QString panel_window::_value_text(uint32_t id, const QVariant& value) const
 
 void panel_window::_connect_worker()
 {
+    qz::gui::log_worker_reports(_worker, _log.get(), &_texts, this);
     connect(_worker, &sat_worker::on_operation_control, this,
-            [this](sat_worker::operation_type_e op, sat_worker::operation_status_e status) {
-                _log->log(log_item::INFO, _texts.get_operation_type_string(op, status));
+            [this](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
                 if (status == sat_worker::status_begin)
                     return;
                 _set_busy(false);
                 emit operation_finished();
             });
     connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
-        const QString& text = _texts.get_connection_state_string(state);
-        _status->setText(tr("Device: %1").arg(text));
-        _log->log(log_item::INFO, QStringLiteral("connection: ") + text);
+        _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(state)));
     });
-    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
-        _log->log(log_item::ERROR,
-                  QStringLiteral("connection error: ")
-                      + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
-    });
-    connect(_worker, &sat_worker::on_operation_error, this,
-            [this](sat_worker::operation_type_e op, const qz::gui::error_descriptor& err) {
-                _log->log(log_item::ERROR,
-                          _texts.get_operation_error_string(op) + QStringLiteral(": ")
-                              + qz::gui::printable_text(_texts.get_error_descriptor_string(err)));
-            });
     // Marked read before the session shows the value, so the field is ready for it.
     connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
         _mark_read(id);
@@ -189,10 +177,7 @@ void panel_window::_connect_worker()
 void panel_window::_log_error(const QString& what, uint32_t id, const qz::gui::error_descriptor& err)
 {
     // The catalogue's text, with what the device said.
-    QString text = _texts.get_error_descriptor_string(err);
-    if (const QString detail = qz::gui::failure_detail(err.message); !detail.isEmpty())
-        text += QStringLiteral(": ") + detail;
-    text = qz::gui::printable_text(text);
+    const QString text = qz::gui::failure_line(_texts, err);
     _log->log(log_item::ERROR, QStringLiteral("%1 %2: %3").arg(what, _name(id), text));
     _session->mark_failed(id, text);
 }

@@ -11,6 +11,7 @@
 #include <qzgui/printable_text.h>
 #include <qzgui/resource_manager.h>
 #include <qzgui/settings_keys.h>
+#include <qzgui/worker_log.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -166,11 +167,7 @@ int main(int argc, char** argv)
     // The catalogue's text, and what the device or the worker said: a Modbus exception's code and
     // name, "read-only". --verbose shows the whole message instead.
     const auto failure_text = [&](const qz::gui::error_descriptor& err) {
-        QString text = texts.get_error_descriptor_string(err);
-        if (const QString detail = qz::gui::failure_detail(err.message);
-            !parser.isSet(verbose) && !detail.isEmpty())
-            text += QLatin1String(": ") + detail;
-        return qz::gui::printable_text(text);
+        return qz::gui::failure_line(texts, err);
     };
     const auto failed = [&](uint32_t id, const qz::gui::error_descriptor& err) {
         print(stderr, QStringLiteral("%1: %2").arg(short_parameter_id_text(id), failure_text(err)));

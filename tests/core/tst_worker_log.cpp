@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// A worker's reports about whole operations in the log, and the one line a failure gets.
+#include "worker_fixture.h"
+
+#include "qzgui/log_controller.h"
+#include "qzgui/resource_manager.h"
+#include "qzgui/settings_keys.h"
+#include "qzgui/worker_log.h"
+#include "qzgui/worker_thread.h"
+
+#include <QFile>
+#include <QListWidget>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using qz::gui::error_descriptor;
+using qz::gui::sat_worker;
+
+namespace {
+
+// The messages of the log file's lines, without time and level.
+QStringList messages(const QString& file_name)
+{
+    QFile file(file_name);
+    if (!file.open(QIODevice::ReadOnly))
+        return {QStringLiteral("cannot read the log")};
+    QStringList out;
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        // "2026-11-24 23:04:40,657  INFO  message": the time takes 23 characters, then the level.
+        const QString rest = QString::fromUtf8(line).mid(23).trimmed();
+        const int level_end = rest.indexOf(QLatin1Char(' '));
+        if (level_end > 0)
+            out.append(rest.mid(level_end).trimmed());
+    }
+    return out;
+}
+
+error_descriptor proto_failure(int kind, const QString& message)
+{
+    const qz::api::proto::proto_exception e(qz::api::proto::proto_exception::exception_type_e(kind),
+                                            message.toStdString());
+    return error_descriptor(nullptr, &e, nullptr);
+}
+
+} // namespace
+
+class tst_worker_log : public QObject {
+    Q_OBJECT
+
+    qz::test::worker_environment _environment;
+    QTemporaryDir _logs;
+
+private slots:
+    void initTestCase()
+    {
+        qz::gui::register_meta_types();
+        _environment.settings.set(QLatin1String(qz::gui::log_location_key), _logs.path());
+    }
+
+    void phases_states_and_failures_are_logged()
+    {
+        qz::sim::simulated_module module;
+        module.store(1, 42);
+        QListWidget list;
+        qz::gui::log_controller log(nullptr, QStringLiteral("worker_log"), &list);
+        qz::gui::resource_manager texts;
+        qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+        QObject context;
+        qz::gui::log_worker_reports(thread.worker(), &log, &texts, &context);
+        QSignalSpy operations(thread.worker(), &sat_worker::on_operation_control);
+
+        emit thread.worker()->get_params({1});
+        QTRY_COMPARE_WITH_TIMEOUT(operations.count(), 2, 30000);
+        module.fail_next_connect(
+            qz::sim::fault_t::media(qz::api::proto::media_exception::open_failed, "port gone\ncable out"));
+        emit thread.worker()->get_params({1});
+        QTRY_COMPARE_WITH_TIMEOUT(operations.count(), 4, 30000);
+        thread.end();
+        QCoreApplication::sendPostedEvents(&context, QEvent::MetaCall);
+
+        const QStringList lines = messages(log.get_log_file_name());
+        const int begin = int(lines.indexOf(QStringLiteral("begin of READ operation")));
+        QVERIFY2(begin >= 0, qPrintable(lines.join('\n')));
+        QCOMPARE(lines.mid(begin, 5),
+                 (QStringList{"begin of READ operation", "connection: connecting", "connection: connected",
+                              "connection: disconnected", "end of READ operation"}));
+        const QStringList failed = lines.filter(QStringLiteral("connection error: "));
+        QVERIFY2(failed.size() == 1, qPrintable(lines.join('\n')));
+        // One line: the device's message is made printable.
+        QVERIFY2(!failed.first().contains(QLatin1Char('\n')), qPrintable(failed.first()));
+    }
+
+    void a_failure_line_adds_what_the_device_said()
+    {
+        qz::gui::resource_manager texts;
+        texts.set_verbose_level(0);
+        const error_descriptor modbus = proto_failure(
+            5, QStringLiteral("tcp://127.0.0.1:1502 unit 1, holding 8 to 8: Modbus exception 0x02"));
+        const QString kind = texts.get_error_descriptor_string(modbus);
+        QCOMPARE(qz::gui::failure_line(texts, modbus), kind + QStringLiteral(": Modbus exception 0x02"));
+        // A message that names no place adds nothing.
+        QCOMPARE(qz::gui::failure_line(texts, proto_failure(5, QStringLiteral("read-only"))), kind);
+        // Verbose, the whole message stands there once.
+        texts.set_verbose_level(5);
+        QCOMPARE(
+            qz::gui::failure_line(texts, modbus),
+            kind + QStringLiteral(": tcp://127.0.0.1:1502 unit 1, holding 8 to 8: Modbus exception 0x02"));
+        // Any level below that, the detail.
+        texts.set_verbose_level(3);
+        QCOMPARE(qz::gui::failure_line(texts, modbus), kind + QStringLiteral(": Modbus exception 0x02"));
+        texts.set_verbose_level(0);
+        QCOMPARE(qz::gui::failure_line(texts, proto_failure(5, QStringLiteral("place: a\nb"))),
+                 kind + QStringLiteral(": a\\u000ab"));
+    }
+};
+
+QTEST_MAIN(tst_worker_log)
+#include "tst_worker_log.moc"
