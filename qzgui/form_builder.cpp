@@ -2,6 +2,7 @@
 #include "qzgui/form_builder.h"
 
 #include "qzgui/HexSpinBox.h"
+#include "qzgui/internal/numbers.h"
 #include "qzgui/parameter_description.h"
 #include "qzgui/parameter_id.h"
 
@@ -33,20 +34,6 @@ constexpr double int_high = std::numeric_limits<int>::max();
 constexpr double uint_high = std::numeric_limits<uint>::max();
 constexpr int max_decimals = 15; // what a double holds
 
-bool is_number(const QVariant& value)
-{
-    switch (value.userType()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
-}
-
 // @p value as a value of @p type, when it is one exactly; an integral double counts as an integer.
 std::optional<QVariant> typed(int type, const QVariant& value)
 {
@@ -55,7 +42,7 @@ std::optional<QVariant> typed(int type, const QVariant& value)
             return value;
         return std::nullopt;
     }
-    if (!is_number(value))
+    if (!holds_number(value))
         return std::nullopt;
     if (type == QMetaType::Double)
         return QVariant(value.toDouble());
@@ -64,7 +51,7 @@ std::optional<QVariant> typed(int type, const QVariant& value)
     long double number = 0;
     if (value.userType() == QMetaType::ULongLong)
         number = static_cast<long double>(value.toULongLong());
-    else if (value.userType() == QMetaType::Double)
+    else if (holds_fraction(value))
         number = value.toDouble();
     else
         number = value.toLongLong();

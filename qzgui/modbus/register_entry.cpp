@@ -3,6 +3,7 @@
 #include "qzgui/modbus/register_map.h"
 #include "qzgui/modbus/register_names_p.h"
 
+#include "qzgui/internal/numbers.h"
 #include "qzgui/printable_text.h"
 
 #include <QRegularExpression>
@@ -23,19 +24,7 @@ using qz::gui::number_text;
 // A number the variant holds, when it holds one (a bool is not a number here).
 std::optional<double> number_of(const QVariant& value)
 {
-    switch (value.userType()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-        return value.toDouble();
-    default:
-        return std::nullopt;
-    }
+    return qz::gui::holds_number(value) ? std::optional<double>(value.toDouble()) : std::nullopt;
 }
 
 // A finite decimal: mantissa × 10^exponent. Products of a raw value (at most ten digits, or the
