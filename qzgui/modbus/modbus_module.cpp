@@ -12,6 +12,7 @@
 #include <module_api/proto_exception.h>
 
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
 #include <chrono>
@@ -147,6 +148,15 @@ struct modbus_module::private_t {
     bool aborted = false;
     uint64_t aborts = 0;
 
+    // Under state_lock: set_persistent() comes from any thread. Held while a task is posted, so
+    // that tasks of two threads reach the I/O thread in the order they were decided.
+    std::mutex state_lock;
+    bool persistent = false;
+    bool in_operation = false; // from connect() to disconnect()
+
+    // The I/O thread only: closes a kept connection after a time with nothing to do.
+    QTimer* idle = nullptr;
+
     // Last: ended, with nothing more running in it, before the members above go.
     std::shared_ptr<io_thread> io = std::make_shared<io_thread>();
 
@@ -225,18 +235,50 @@ struct modbus_module::private_t {
                                QStringLiteral("%1: no connection (%2)").arg(text, why).toStdString());
     }
 
-    // The I/O thread: ends what is on its way and closes the link.
-    void close_client()
+    // The I/O thread: ends what is on its way; a reply still to come is dropped.
+    void end_exchanges()
     {
         for (const std::weak_ptr<exchange_t>& weak : on_their_way)
             if (const std::shared_ptr<exchange_t> ex = weak.lock()) {
                 fail(*ex, nothing_on_its_way(ex->table, ex->start, ex->count));
-                // One held for later never goes out on another connection.
+                // One held for later never goes out in another operation.
                 ex->stage = exchange_t::stage_e::dropped;
                 ex->then.reset();
+                if (ex->awaited && ex->link)
+                    ex->link->cancel(ex->handle);
+                ex->awaited = false;
             }
         on_their_way.clear();
+    }
+
+    // The I/O thread: ends what is on its way and closes the link.
+    void close_client()
+    {
+        if (idle)
+            idle->stop();
+        end_exchanges();
         link.reset();
+    }
+
+    // The I/O thread: the operation is over, its link stays open for @p ms more.
+    void keep_client(int ms)
+    {
+        end_exchanges();
+        if (!link)
+            return;
+        if (!idle) {
+            idle = new QTimer(io->context()); // goes with the thread
+            idle->setSingleShot(true);
+            QObject::connect(idle, &QTimer::timeout, idle, [this] { close_client(); });
+        }
+        idle->start(std::max(ms, 0));
+    }
+
+    // The caller's thread: closes the link and forgets it was open.
+    void close_now()
+    {
+        open = false;
+        io->post([this] { close_client(); });
     }
 
     media_exception nothing_on_its_way(table_e table, uint16_t start, int count) const
@@ -487,7 +529,9 @@ modbus_module::modbus_module(const QString& address)
 
 modbus_module::~modbus_module()
 {
-    disconnect();
+    // Closed whatever the mode: nothing comes after.
+    ++d->closes;
+    d->close_now();
 }
 
 QString modbus_module::address() const
@@ -502,12 +546,21 @@ void modbus_module::connect()
         std::lock_guard<std::mutex> guard(d->io->lock);
         d->aborted = false;
     }
+    {
+        std::lock_guard<std::mutex> guard(d->state_lock);
+        d->in_operation = true;
+    }
     if (d->open) {
+        // A connection kept from the operation before is taken again, unless it was lost.
         bool connected = false;
-        d->io->call([&] { connected = d->link && d->link->is_open(); });
+        d->io->call([&] {
+            if (d->idle)
+                d->idle->stop();
+            connected = d->link && d->link->is_open();
+        });
         if (connected)
             return;
-        disconnect();
+        d->close_now();
     }
     const auto attempt = std::make_shared<exchange_t>();
     d->io->post([this, attempt] { d->open_client(attempt); });
@@ -526,10 +579,16 @@ void modbus_module::disconnect()
 {
     // Not waited for: the I/O thread closes it before anything asked of it later. From the
     // destructor too, the private part outlives the task: its thread, its last member, ends first.
-    d->open = false;
     ++d->closes;
-    private_t* const p = d.get();
-    d->io->post([p] { p->close_client(); });
+    std::lock_guard<std::mutex> guard(d->state_lock);
+    d->in_operation = false;
+    if (d->persistent && d->open) {
+        private_t* const p = d.get();
+        const int ms = int(d->config.persistent_time);
+        d->io->post([p, ms] { p->keep_client(ms); });
+        return;
+    }
+    d->close_now();
 }
 
 void modbus_module::abort()
@@ -550,7 +609,17 @@ void modbus_module::set_config(const qz::api::proto::command_config& config)
     d->config = config;
 }
 
-void modbus_module::set_persistent(bool) {}
+void modbus_module::set_persistent(bool persistent)
+{
+    std::lock_guard<std::mutex> guard(d->state_lock);
+    d->persistent = persistent;
+    // An idle connection closes now; one in use, when its operation ends. The caller's record of
+    // it (open) is not this thread's: the next connect() finds the link gone and opens another.
+    if (!persistent && !d->in_operation) {
+        private_t* const p = d.get();
+        d->io->post([p] { p->close_client(); });
+    }
+}
 
 modbus_module::pending_read::pending_read(table_e table, uint16_t start, int count)
     : _table(table)

@@ -68,8 +68,9 @@ public:
     /// Opens the connection; waits up to timeout_l. A stop that came before is spent here.
     /// @throws media_exception no_device
     void connect() override;
-    /// Closes the connection, in the module's thread before anything asked of it later; nothing
-    /// happens when none is open.
+    /// Ends the operation: closes the connection, in the module's thread before anything asked of
+    /// it later (nothing happens when none is open). In persistent mode the connection stays open
+    /// for the next operation, and closes once persistent_time milliseconds pass without one.
     void disconnect() override;
     /// Ends the call in progress with media_exception::stopped; callable from any thread. Without
     /// one, the next call of the same operation ends so.
@@ -78,7 +79,12 @@ public:
     qz::api::proto::qz_media& media() override;
     /// Takes the time-outs and repeat counts for the following requests.
     void set_config(const qz::api::proto::command_config& config) override;
-    /// Kept for the interface; a Modbus connection stays open until disconnect() either way.
+    /**
+     * Keeps the connection open between operations (true), for a poller's sweeps, so that they do
+     * not open a TCP connection or serial port each time; a connection found lost is opened again
+     * by the next connect(). false closes an idle connection at once, and one in use when its
+     * operation ends. Callable from any thread, also during another call.
+     */
     void set_persistent(bool persistent) override;
 
 private:

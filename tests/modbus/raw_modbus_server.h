@@ -54,9 +54,11 @@ public:
     {}
     ~raw_modbus_server() override { finish(); }
 
-    /// Starts the server; @return its port on 127.0.0.1, or 0 when it could not listen
-    quint16 start_server()
+    /// Starts the server on @p port of 127.0.0.1 (0: any free one); @return the port, or 0 when
+    /// it could not listen
+    quint16 start_server(quint16 port = 0)
     {
+        _wanted_port = port;
         begin();
         std::unique_lock<std::mutex> lock(_lock);
         _changed.wait(lock, [this] { return _ready; });
@@ -70,13 +72,36 @@ public:
         return _requests;
     }
 
+    /// @return how many connections were accepted so far
+    int connections()
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        return _connections;
+    }
+
+    /// @return how many connections are open now
+    int open_connections()
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        return _open;
+    }
+
 protected:
     void run() override
     {
         QTcpServer server;
-        const bool listening = server.listen(QHostAddress::LocalHost, 0);
+        const bool listening = server.listen(QHostAddress::LocalHost, _wanted_port);
         QObject::connect(&server, &QTcpServer::newConnection, &server, [&server, this] {
             while (QTcpSocket* socket = server.nextPendingConnection()) {
+                {
+                    std::lock_guard<std::mutex> guard(_lock);
+                    ++_connections;
+                    ++_open;
+                }
+                QObject::connect(socket, &QTcpSocket::disconnected, socket, [this] {
+                    std::lock_guard<std::mutex> guard(_lock);
+                    --_open;
+                });
                 QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
                 QObject::connect(socket, &QObject::destroyed, &server,
                                  [this, socket] { _buffers.remove(socket); });
@@ -129,6 +154,9 @@ private:
     bool _ready = false;                     // under _lock
     quint16 _port = 0;                       // under _lock
     int _requests = 0;                       // under _lock
+    int _connections = 0;                    // under _lock
+    int _open = 0;                           // under _lock
+    quint16 _wanted_port = 0;                // set before the thread starts
 };
 
 } // namespace qz::test

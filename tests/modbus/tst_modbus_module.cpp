@@ -3,6 +3,7 @@
 // a port nobody listens on, and a server that accepts and never answers.
 #include "event_thread.h"
 #include "modbus_module_fixture.h"
+#include "raw_modbus_server.h"
 
 #include "qzgui/modbus/modbus_module.h"
 
@@ -173,6 +174,18 @@ private:
 };
 
 } // namespace
+
+using qz::test::raw_modbus_server;
+
+// A raw server's answer to any read: zeros, as many registers as asked for.
+raw_modbus_server::answer_t zeros_for_reads(int, const QByteArray& request)
+{
+    const QByteArray pdu = qz::test::pdu_of(request);
+    const int count = (int(uint8_t(pdu[3])) << 8) | uint8_t(pdu[4]);
+    QByteArray reply;
+    reply.append(pdu[0]).append(char(2 * count)).append(QByteArray(2 * count, '\0'));
+    return {qz::test::mbap(request, reply)};
+}
 
 class tst_modbus_module : public QObject {
     Q_OBJECT
@@ -504,6 +517,79 @@ private slots:
         QCOMPARE(e.get_type(), media_exception::stopped);
         qInfo("abort ended the read after %lld ms (abort came at 300 ms)", took);
         QVERIFY2(took < 10000, qPrintable(QString::number(took)));
+    }
+
+    void a_persistent_connection_serves_many_operations()
+    {
+        raw_modbus_server server(zeros_for_reads);
+        const quint16 port = server.start_server();
+        QVERIFY(port != 0);
+        modbus_module module(QStringLiteral("tcp://127.0.0.1:%1").arg(port));
+        auto config = short_config(2000);
+        config.persistent_time = 60000;
+        module.set_config(config);
+        module.set_persistent(true);
+        for (int i = 0; i < 100; ++i) {
+            module.connect();
+            QCOMPARE(module.read(holding, 0, 2), (QVector<uint16_t>{0, 0}));
+            module.disconnect();
+        }
+        QCOMPARE(server.requests(), 100);
+        QCOMPARE(server.connections(), 1);
+        QCOMPARE(server.open_connections(), 1);
+        // Switched off, the idle connection closes at once; each operation then has its own.
+        module.set_persistent(false);
+        QTRY_COMPARE_WITH_TIMEOUT(server.open_connections(), 0, 30000);
+        for (int i = 0; i < 3; ++i) {
+            module.connect();
+            module.read(holding, 0, 1);
+            module.disconnect();
+        }
+        QCOMPARE(server.connections(), 4);
+        QTRY_COMPARE_WITH_TIMEOUT(server.open_connections(), 0, 30000);
+    }
+
+    void a_kept_connection_closes_after_its_time_with_nothing_to_do()
+    {
+        raw_modbus_server server(zeros_for_reads);
+        const quint16 port = server.start_server();
+        modbus_module module(QStringLiteral("tcp://127.0.0.1:%1").arg(port));
+        auto config = short_config(2000);
+        config.persistent_time = 300;
+        module.set_config(config);
+        module.set_persistent(true);
+        module.connect();
+        module.read(holding, 0, 1);
+        module.disconnect();
+        QCOMPARE(server.open_connections(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(server.open_connections(), 0, 30000);
+        // The next operation opens another by itself.
+        module.connect();
+        QCOMPARE(module.read(holding, 0, 1), QVector<uint16_t>{0});
+        module.disconnect();
+        QCOMPARE(server.connections(), 2);
+    }
+
+    void a_lost_connection_is_opened_again()
+    {
+        auto server = std::make_unique<raw_modbus_server>(zeros_for_reads);
+        const quint16 port = server->start_server();
+        modbus_module module(QStringLiteral("tcp://127.0.0.1:%1").arg(port));
+        auto config = short_config(2000);
+        config.persistent_time = 60000;
+        module.set_config(config);
+        module.set_persistent(true);
+        module.connect();
+        module.read(holding, 0, 1);
+        module.disconnect();
+        // The device goes away with the connection, and comes back on the same port.
+        server.reset();
+        server = std::make_unique<raw_modbus_server>(zeros_for_reads);
+        QCOMPARE(server->start_server(port), port);
+        module.connect();
+        QCOMPARE(module.read(holding, 0, 1), QVector<uint16_t>{0});
+        module.disconnect();
+        QCOMPARE(server->connections(), 1);
     }
 };
 
