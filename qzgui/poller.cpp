@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "qzgui/poller.h"
+
+#include "qzgui/resource_manager.h"
+
+#include <QDateTime>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace qz::gui {
+
+namespace {
+
+// While the device is away, sweeps come no closer than this.
+constexpr int lost_interval_ms = 1000;
+
+} // namespace
+
+poller::poller(sat_worker* worker, QObject* parent)
+    : QObject(parent)
+    , _worker(worker)
+    , _timer(new QTimer(this))
+{
+    _timer->setSingleShot(true);
+    connect(_timer, &QTimer::timeout, this, &poller::_sweep);
+    // The reports come from the worker's thread, queued to this one.
+    connect(worker, &sat_worker::on_operation_control, this, &poller::_on_operation);
+    connect(worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
+        if (_asked && state == sat_worker::state_connected)
+            _connected = true;
+    });
+    connect(worker, &sat_worker::on_connection_error, this, [this](const error_descriptor& error) {
+        if (!_asked || _link_down)
+            return;
+        _link_down = true;
+        resource_manager texts;
+        texts.set_verbose_level(0);
+        emit on_link(false, texts.get_error_descriptor_string(error));
+    });
+    connect(worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
+        if (_active)
+            emit on_sample(id, value, QDateTime::currentMSecsSinceEpoch());
+    });
+    connect(worker, &sat_worker::on_get_param_request_error, this,
+            [this](uint32_t id, const error_descriptor& error) {
+                if (_active)
+                    emit on_sample_error(id, error, QDateTime::currentMSecsSinceEpoch());
+            });
+}
+
+poller::~poller()
+{
+    stop();
+}
+
+void poller::start(const QVector<uint32_t>& ids, int interval_ms)
+{
+    _ids = ids;
+    _interval = std::max(interval_ms, 0);
+    if (_active)
+        return;
+    _active = true;
+    _started_once = false;
+    _worker->set_persistent(true);
+    _schedule();
+}
+
+void poller::stop()
+{
+    if (!_active)
+        return;
+    _active = false;
+    _timer->stop();
+    _worker->set_persistent(false);
+}
+
+void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
+{
+    if (status == sat_worker::status_begin) {
+        ++_running;
+        return;
+    }
+    _running = std::max(_running - 1, 0);
+    if (_asked && op == sat_worker::op_read) {
+        _asked = false;
+        if (_connected && _link_down) {
+            _link_down = false;
+            resource_manager texts;
+            emit on_link(true, texts.get_connection_state_string(sat_worker::state_connected));
+        }
+    }
+    _schedule();
+}
+
+void poller::_schedule()
+{
+    // Never a request behind a running operation, ours or the application's.
+    if (!_active || _asked || _running > 0)
+        return;
+    const int interval = _link_down ? std::max(_interval, lost_interval_ms) : _interval;
+    const qint64 wait = _started_once ? std::max<qint64>(0, interval - _since_sweep.elapsed()) : 0;
+    _timer->start(int(wait));
+}
+
+void poller::_sweep()
+{
+    if (!_active || _asked || _running > 0)
+        return;
+    _asked = true;
+    _connected = false;
+    _started_once = true;
+    _since_sweep.start();
+    emit _worker->get_params(_ids);
+}
+
+} // namespace qz::gui
