@@ -46,7 +46,9 @@ class QZGUI_EXPORT sample_recorder : public QObject {
 public:
     /**
      * Creates (or replaces) the CSV file @p path and writes its header.
+     * @param path the file
      * @param columns the parameters, in the order of the columns
+     * @param parent the parent object
      * @throws std::runtime_error naming the file, when it cannot be created
      */
     sample_recorder(const QString& path, const QVector<parameter_description>& columns,
