@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QTimer>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace qz::gui {
@@ -76,10 +77,12 @@ sample_recorder::sample_recorder(const QString& path, const QVector<parameter_de
                                      .toStdString());
     _timer->setSingleShot(true);
     connect(_timer, &QTimer::timeout, this, [this] {
-        // A row whose sweep reported no more for a second is over.
-        if (_filled_count > 0)
+        // A row whose sweep reported no more for a second is over; one still filling waits.
+        if (_filled_count > 0 && _since_sample.elapsed() >= write_delay_ms)
             _end_row();
         _write_out();
+        if (_filled_count > 0)
+            _timer->start(int(std::max<qint64>(0, write_delay_ms - _since_sample.elapsed())));
     });
 }
 
@@ -114,9 +117,10 @@ void sample_recorder::_put(uint32_t id, const QByteArray& cell, qint64 time_ms)
     _cells[column] = cell;
     _filled[column] = true;
     ++_filled_count;
+    _since_sample.start();
     if (_filled_count == _cells.size())
         _end_row();
-    else
+    else if (!_timer->isActive())
         _timer->start(write_delay_ms); // ends the row should its sweep say no more
 }
 

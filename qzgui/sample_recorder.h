@@ -5,6 +5,7 @@
 #include "qzgui/parameter_description.h"
 #include "qzgui/qzgui_export.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QHash>
 #include <QObject>
@@ -82,7 +83,8 @@ private:
     QVector<bool> _filled;
     int _filled_count = 0;
     qint64 _row_time = 0;
-    QByteArray _waiting; // ended rows not yet in the file
+    QElapsedTimer _since_sample; // since the row in progress last got a cell
+    QByteArray _waiting;         // ended rows not yet in the file
     int _waiting_rows = 0;
     int _rows = 0;
     bool _faulted = false;

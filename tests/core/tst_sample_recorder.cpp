@@ -100,6 +100,24 @@ private slots:
                             "2024-11-24T09:30:00.225Z,5,\r\n"));
     }
 
+    void a_long_sweep_keeps_no_row_before_it_waiting()
+    {
+        const QString path = _dir.filePath(QStringLiteral("long.csv"));
+        sample_recorder recorder(path, {column(1), column(2)});
+        recorder.add(1, 1, t0);
+        recorder.add(2, 2, t0);
+        // The next sweep is slow: a sample every 200 ms, its row not yet complete.
+        bool written = false;
+        for (int i = 0; i < 15 && !written; ++i) {
+            recorder.add(1, 3 + i, t0 + 1000 + i);
+            recorder.add_error(1, t0 + 1000 + i); // the same column: a row of its own each time
+            QTest::qWait(200);
+            written = recorder.rows() > 0;
+        }
+        // Rows reached the file while the samples kept coming: none waited for them to stop.
+        QVERIFY(written);
+    }
+
     void a_file_that_cannot_be_made_is_an_error()
     {
         // A directory where the file should be: root writes everywhere, so no permission fails.
