@@ -23,6 +23,8 @@ poller::poller(sat_worker* worker, QObject* parent)
     , _timer(new QTimer(this))
 {
     _timer->setSingleShot(true);
+    // Never early: a coarse timer may fire 5% before the interval is over.
+    _timer->setTimerType(Qt::PreciseTimer);
     connect(_timer, &QTimer::timeout, this, &poller::_sweep);
     // The reports come from the worker's thread, queued to this one.
     connect(worker, &sat_worker::on_operation_control, this, &poller::_on_operation);
