@@ -5,6 +5,16 @@
 #include "qzgui/sat_worker.h"
 #include "qzgui/widget_kind_p.h"
 
+#include <QAbstractSpinBox>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateTimeEdit>
+#include <QDoubleSpinBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QSpinBox>
+
 #include <optional>
 #include <utility>
 
@@ -83,12 +93,14 @@ void form_session::set_value_formatter(std::function<QString(uint32_t, const QVa
 void form_session::show_device_value(uint32_t id, const QVariant& value)
 {
     _device.insert(id, value);
+    _two_states(id);
     _show(id, value);
 }
 
 void form_session::confirm_written(uint32_t id, const QVariant& value)
 {
     _device.insert(id, value);
+    _two_states(id);
     // A field edited again while its write ran keeps its newer value, pending. Any other field
     // shows what the device now holds, also one whose change was discarded meanwhile.
     if (is_pending(id) && field_value(id) != value)
@@ -113,6 +125,52 @@ void form_session::discard_changes()
         else
             _settle(id);
     }
+    // A field whose device value never came shows none again.
+    show_no_values();
+}
+
+void form_session::_two_states(uint32_t id)
+{
+    // Blank or half-checked only while it held no value: with the device's value a check box is
+    // true or false, and a spin box shows its lowest value as a number.
+    QObject* widget = _widgets->value(id).second;
+    if (auto* box = qobject_cast<QCheckBox*>(widget))
+        box->setTristate(false);
+    else if (auto* spin = qobject_cast<QAbstractSpinBox*>(widget))
+        spin->setSpecialValueText(QString());
+}
+
+void form_session::show_no_values()
+{
+    // Written as the device's values are, not as edits.
+    const bool loading = _form->get_loading_data();
+    _form->set_loading_data(true);
+    for (auto it = _widgets->cbegin(); it != _widgets->cend(); ++it) {
+        if (_device.contains(it.key()) || is_pending(it.key()))
+            continue;
+        QObject* widget = it->second;
+        if (auto* box = qobject_cast<QCheckBox*>(widget)) {
+            box->setCheckState(Qt::PartiallyChecked);
+        } else if (auto* spin = qobject_cast<QAbstractSpinBox*>(widget)) {
+            // Its lowest value shown as blank: a value of its own, which a user leaving the field
+            // untouched keeps, where an emptied text would show the number again.
+            spin->setSpecialValueText(QStringLiteral(" "));
+            if (auto* date = qobject_cast<QDateTimeEdit*>(widget))
+                date->setDateTime(date->minimumDateTime());
+            else if (auto* number = qobject_cast<QSpinBox*>(widget))
+                number->setValue(number->minimum());
+            else if (auto* real = qobject_cast<QDoubleSpinBox*>(widget))
+                real->setValue(real->minimum());
+        } else if (auto* combo = qobject_cast<QComboBox*>(widget))
+            combo->setCurrentIndex(-1);
+        else if (auto* edit = qobject_cast<QLineEdit*>(widget))
+            edit->clear();
+        else if (auto* label = qobject_cast<QLabel*>(widget))
+            label->clear();
+        else if (auto* bar = qobject_cast<QProgressBar*>(widget))
+            bar->reset();
+    }
+    _form->set_loading_data(loading);
 }
 
 void form_session::begin_operation()
@@ -136,6 +194,8 @@ void form_session::reconfigure(const std::function<void()>& change)
     for (const uint32_t id : after)
         if (!before.contains(id))
             _settle(id);
+    // A profile may refill a combo box or clamp a spin box that held no value: it holds none again.
+    show_no_values();
 }
 
 QVector<uint32_t> form_session::apply_values(const QMap<uint32_t, QVariant>& values)

@@ -41,7 +41,8 @@ class sat_worker;
  * - Where the field cannot show the device's value (a profile's range, decimals or items), the
  *   field shows the nearest it can: as a pending change when the user's edit or a profile switch
  *   made it differ, else with an error hint and on_value_not_shown().
- * - discard_changes() gives each pending field the device's value back by the same rules.
+ * - discard_changes() gives each pending field the device's value back by the same rules, and a
+ *   field whose device value never came no value (show_no_values()).
  *
  * The form binding is written with its loading flag clear, as an edit, so that a widget that
  * cannot take a value records the difference; the session takes it back off the changed list
@@ -138,6 +139,14 @@ public Q_SLOTS:
 
     /// An operation begins: error hints belong to the one before and are cleared.
     void begin_operation();
+    /**
+     * Makes every field that holds neither a value of the device's nor a pending change show no
+     * value: a check box half-checked, spin boxes at their lowest value shown blank (both show
+     * values as usual again from their first one), line edits and labels empty, a combo box with
+     * nothing chosen, a progress bar reset. Call it
+     * once the form is built; discard_changes() and reconfigure() keep it so afterwards.
+     */
+    void show_no_values();
 
 Q_SIGNALS:
     /**
@@ -156,6 +165,7 @@ Q_SIGNALS:
 private:
     void _show(uint32_t id, const QVariant& value);
     void _settle(uint32_t id);
+    void _two_states(uint32_t id);
 
     ui_controller* _form;
     const widget_map* _widgets;

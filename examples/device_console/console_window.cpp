@@ -209,6 +209,11 @@ QVariant console_window::field_value(uint32_t id) const
     return _session->field_value(id);
 }
 
+bool console_window::has_device_value(uint32_t id) const
+{
+    return _session->device_values().contains(id);
+}
+
 QWidget* console_window::_build_form()
 {
     // Drawn in Designer; each field names its parameter in the dynamic property qz_param_id, and
@@ -316,9 +321,6 @@ void console_window::_connect_worker()
     });
     // Values are logged first, then shown by the session's rules.
     connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
-        // A check box left half-checked before its first value takes two states again.
-        if (auto* box = qobject_cast<QCheckBox*>(field(id)))
-            box->setTristate(false);
         _log->log(log_item::QZTTC,
                   QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
     });
@@ -438,33 +440,6 @@ void console_window::select_profile(int index)
     for (const parameter_t& p : parameters())
         if (QWidget* widget = field(p.id); widget && !_device_ids.contains(p.id))
             widget->setEnabled(false);
-    _clear_unread_fields();
-}
-
-void console_window::_clear_unread_fields()
-{
-    // A field shows no value until the device's comes: no default 0, first choice or range
-    // bound that looks as if it had been read. Written as the device's values are, not as edits.
-    const bool loading = _form->get_loading_data();
-    _form->set_loading_data(true);
-    for (auto it = _widgets.cbegin(); it != _widgets.cend(); ++it) {
-        if (_session->device_values().contains(it.key()) || _session->is_pending(it.key()))
-            continue;
-        QObject* widget = it->second;
-        if (auto* box = qobject_cast<QCheckBox*>(widget))
-            box->setCheckState(Qt::PartiallyChecked);
-        else if (auto* spin = qobject_cast<QAbstractSpinBox*>(widget))
-            spin->clear();
-        else if (auto* combo = qobject_cast<QComboBox*>(widget))
-            combo->setCurrentIndex(-1);
-        else if (auto* edit = qobject_cast<QLineEdit*>(widget))
-            edit->clear();
-        else if (auto* label = qobject_cast<QLabel*>(widget))
-            label->clear();
-        else if (auto* bar = qobject_cast<QProgressBar*>(widget))
-            bar->reset();
-    }
-    _form->set_loading_data(loading);
 }
 
 void console_window::set_device_address(const QString& address)

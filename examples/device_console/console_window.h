@@ -99,6 +99,8 @@ public:
     QVector<uint32_t> pending_ids() const;
     /// What the field of @p id shows, as a write would send it; invalid for fields without a value.
     QVariant field_value(uint32_t id) const;
+    /// Whether the field of @p id has shown a value of the device's (read or written) yet.
+    bool has_device_value(uint32_t id) const;
 
     qz::gui::log_controller& log() { return *_log; }
     QLineEdit* name_field() const;
@@ -134,7 +136,6 @@ private:
                        qz::gui::sat_worker::operation_status_e status);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
     void _set_busy(bool busy);
-    void _clear_unread_fields();
     void _stop_worker();
     void _ask_save_parameters();
     void _ask_load_parameters();

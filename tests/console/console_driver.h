@@ -82,6 +82,25 @@ inline bool underlined(console_window& window, uint32_t id)
 
 // The first field that neither shows what @p module holds nor is pending, or whose change hint
 // disagrees with the changed list; empty when every field is in step.
+// Whether @p field shows no value: a half-checked box, an empty spin box or line edit, a combo box
+// with nothing chosen.
+inline bool shows_no_value(QWidget* field)
+{
+    if (auto* box = qobject_cast<QCheckBox*>(field))
+        return box->checkState() == Qt::PartiallyChecked;
+    if (auto* spin = qobject_cast<QSpinBox*>(field))
+        return spin->text().trimmed().isEmpty();
+    if (auto* spin = qobject_cast<QDoubleSpinBox*>(field))
+        return spin->text().trimmed().isEmpty();
+    if (auto* edit = qobject_cast<QDateTimeEdit*>(field))
+        return edit->text().trimmed().isEmpty();
+    if (auto* combo = qobject_cast<QComboBox*>(field))
+        return combo->currentIndex() < 0;
+    if (auto* edit = qobject_cast<QLineEdit*>(field))
+        return edit->text().isEmpty();
+    return false;
+}
+
 inline QString form_mismatch(console_window& window, const qz::sim::simulated_module& module)
 {
     namespace dc = device_console;
@@ -91,6 +110,13 @@ inline QString form_mismatch(console_window& window, const qz::sim::simulated_mo
             continue; // shown only, never edited
         const QVariant shown = window.field_value(p.id);
         const QVariant held = module.stored(p.id);
+        // Never read (the first read stopped or failed): the field shows no value at all.
+        if (!pending.contains(p.id) && !window.has_device_value(p.id)) {
+            if (!shows_no_value(window.field(p.id)))
+                return QStringLiteral("%1 shows %2, but the device's value never came")
+                    .arg(dc::parameter_name(p.id), shown.toString());
+            continue;
+        }
         if (!pending.contains(p.id) && shown != held)
             return QStringLiteral("%1 shows %2, the device holds %3, not pending")
                 .arg(dc::parameter_name(p.id), shown.toString(), held.toString());

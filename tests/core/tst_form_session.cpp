@@ -65,6 +65,45 @@ private slots:
         _f.reset();
     }
 
+    void a_field_never_read_shows_no_value_even_after_a_discard()
+    {
+        // A form of its own: the others start read.
+        qz::test::form f;
+        f.show();
+        ui_controller form(&f.widgets, &f.hints);
+        form_session session(&form, &f.widgets, &f.hints);
+        session.show_no_values();
+        QCOMPARE(f.check->checkState(), Qt::PartiallyChecked);
+        QCOMPARE(f.line->text(), QString());
+        QCOMPARE(f.spin->text().trimmed(), QString());
+        QCOMPARE(f.dspin->text().trimmed(), QString());
+        QCOMPARE(f.combo->currentIndex(), -1);
+        QCOMPARE(f.datetime->text().trimmed(), QString());
+        QVERIFY(f.progress->value() < f.progress->minimum());
+        QVERIFY(session.pending_ids().isEmpty());
+        // The user sets a field never read; discarded, it holds nothing again.
+        f.click_check();
+        QCOMPARE(session.pending_ids(), QVector<uint32_t>{id_check});
+        session.discard_changes();
+        QVERIFY(session.pending_ids().isEmpty());
+        QCOMPARE(f.check->checkState(), Qt::PartiallyChecked);
+        // A profile refilling the combo box does not choose an item for it.
+        session.reconfigure([&f] {
+            f.combo->clear();
+            f.combo->addItem(QStringLiteral("zero"), 0u);
+        });
+        QCOMPARE(f.combo->currentIndex(), -1);
+        QVERIFY(session.pending_ids().isEmpty());
+        // The device's first value: a check box takes two states again.
+        session.show_device_value(id_check, false);
+        QCOMPARE(f.check->checkState(), Qt::Unchecked);
+        QVERIFY(!f.check->isTristate());
+        f.click_check();
+        QCOMPARE(f.check->checkState(), Qt::Checked);
+        f.click_check();
+        QCOMPARE(f.check->checkState(), Qt::Unchecked);
+    }
+
     void values_from_the_device_fill_the_form_without_changes()
     {
         QCOMPARE(_f->spin->value(), 12);

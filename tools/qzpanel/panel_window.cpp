@@ -70,12 +70,10 @@ panel_window::panel_window(const qz::modbus::register_map& map,
                 _log->log(log_item::WARN, _name(id) + QStringLiteral(": ") + text);
             });
     // Nothing of the device's is shown before it is read: no made-up 0 or first choice.
+    _session->show_no_values();
     for (auto it = _bindings.widgets.cbegin(); it != _bindings.widgets.cend(); ++it) {
         _unread.insert(it.key());
-        auto* field = static_cast<QWidget*>(it->second);
-        field->setEnabled(false);
-        if (auto* box = qobject_cast<QCheckBox*>(field))
-            box->setCheckState(Qt::PartiallyChecked);
+        static_cast<QWidget*>(it->second)->setEnabled(false);
     }
 
     _read = new QPushButton(tr("Read"));
@@ -194,8 +192,6 @@ void panel_window::_mark_read(uint32_t id)
     const bool fixed =
         entry && entry->read_only && (qobject_cast<QCheckBox*>(w) || qobject_cast<QComboBox*>(w));
     w->setEnabled(!fixed);
-    if (auto* box = qobject_cast<QCheckBox*>(w))
-        box->setTristate(false);
 }
 
 void panel_window::_set_busy(bool busy)
@@ -236,6 +232,10 @@ void panel_window::write_changes()
 void panel_window::discard_changes()
 {
     _session->discard_changes();
+    // A loaded value discarded from a field never read: the field is back to holding nothing.
+    for (const uint32_t id : std::as_const(_unread))
+        if (!_session->is_pending(id))
+            field(id)->setEnabled(false);
 }
 
 void panel_window::stop()
