@@ -63,7 +63,7 @@ void poller::start(const QVector<uint32_t>& ids, int interval_ms)
     if (_active)
         return;
     _active = true;
-    _started_once = false;
+    _since_sweep.invalidate(); // the first sweep goes at once
     _worker->set_persistent(true);
     _schedule();
 }
@@ -95,23 +95,27 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
     _schedule();
 }
 
-void poller::_schedule()
+bool poller::_may_ask() const
 {
     // Never a request behind a running operation, ours or the application's.
-    if (!_active || _asked || _running > 0)
+    return _active && !_asked && _running == 0;
+}
+
+void poller::_schedule()
+{
+    if (!_may_ask())
         return;
     const int interval = _link_down ? std::max(_interval, lost_interval_ms) : _interval;
-    const qint64 wait = _started_once ? std::max<qint64>(0, interval - _since_sweep.elapsed()) : 0;
+    const qint64 wait = _since_sweep.isValid() ? std::max<qint64>(0, interval - _since_sweep.elapsed()) : 0;
     _timer->start(int(wait));
 }
 
 void poller::_sweep()
 {
-    if (!_active || _asked || _running > 0)
+    if (!_may_ask())
         return;
     _asked = true;
     _connected = false;
-    _started_once = true;
     _since_sweep.start();
     emit _worker->get_params(_ids);
 }

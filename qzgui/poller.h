@@ -68,6 +68,7 @@ Q_SIGNALS:
 
 private:
     void _on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status);
+    bool _may_ask() const;
     void _schedule();
     void _sweep();
 
@@ -80,8 +81,7 @@ private:
     bool _asked = false;        // a sweep of ours is asked for and has not ended
     bool _connected = false;    // the sweep in progress connected
     bool _link_down = false;    // on_link(false) was said and not yet taken back
-    bool _started_once = false; // a sweep has started since start()
-    QElapsedTimer _since_sweep; // from the start of the last sweep
+    QElapsedTimer _since_sweep; // from the start of the last sweep; invalid before the first
 };
 
 } // namespace qz::gui

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/sample_recorder.h"
 
+#include "qzgui/internal/json_file.h"
 #include "qzgui/parameter_id.h"
 #include "qzgui/printable_text.h"
 
@@ -10,7 +11,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace qz::gui {
 
@@ -36,8 +36,6 @@ QByteArray value_cell(const QVariant& value)
     case QMetaType::Double:
     case QMetaType::Float:
         return number_text(value.toDouble()).toUtf8();
-    case QMetaType::QString:
-        return csv_cell(value.toString());
     default:
         return csv_cell(value.toString());
     }
@@ -72,9 +70,7 @@ sample_recorder::sample_recorder(const QString& path, const QVector<parameter_de
     _header += "\r\n";
     _filled.fill(false, _cells.size());
     if (!_open(true))
-        throw std::runtime_error(QStringLiteral("%1: cannot be written: %2")
-                                     .arg(QDir::toNativeSeparators(path), _file.errorString())
-                                     .toStdString());
+        fail_file(path, QStringLiteral("cannot be written: %1").arg(_file.errorString()));
     _timer->setSingleShot(true);
     connect(_timer, &QTimer::timeout, this, [this] {
         // A row whose sweep reported no more for a second is over; one still filling waits.
