@@ -15,6 +15,7 @@
 #include <QProgressBar>
 #include <QSpinBox>
 
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -129,15 +130,32 @@ void form_session::discard_changes()
     show_no_values();
 }
 
+QMap<uint32_t, QVariant> form_session::shown_values() const
+{
+    QMap<uint32_t, QVariant> values = read_form_values(*_widgets);
+    for (auto it = values.begin(); it != values.end();)
+        it = _device.contains(it.key()) || is_pending(it.key()) ? std::next(it) : values.erase(it);
+    return values;
+}
+
+QObject* form_session::_widget_of(uint32_t id) const
+{
+    // The widget as the class its kind names, or null: never cast to a class it is not.
+    const auto it = _widgets->constFind(id);
+    const widget_kind_t* kind = it == _widgets->constEnd() ? nullptr : widget_kind(it->first);
+    return kind ? as_widget_class(*kind, it->second) : nullptr;
+}
+
 void form_session::_two_states(uint32_t id)
 {
     // Blank or half-checked only while it held no value: with the device's value a check box is
     // true or false, and a spin box shows its lowest value as a number.
-    QObject* widget = _widgets->value(id).second;
-    if (auto* box = qobject_cast<QCheckBox*>(widget))
-        box->setTristate(false);
-    else if (auto* spin = qobject_cast<QAbstractSpinBox*>(widget))
-        spin->setSpecialValueText(QString());
+    const widget_type_e type = _widgets->value(id).first;
+    QObject* widget = _widget_of(id);
+    if (widget && type == checkbox)
+        static_cast<QCheckBox*>(widget)->setTristate(false);
+    else if (widget && (type == spinbox || type == doublespinbox || type == datetimeedit))
+        static_cast<QAbstractSpinBox*>(widget)->setSpecialValueText(QString());
 }
 
 void form_session::show_no_values()
@@ -148,27 +166,48 @@ void form_session::show_no_values()
     for (auto it = _widgets->cbegin(); it != _widgets->cend(); ++it) {
         if (_device.contains(it.key()) || is_pending(it.key()))
             continue;
-        QObject* widget = it->second;
-        if (auto* box = qobject_cast<QCheckBox*>(widget)) {
-            box->setCheckState(Qt::PartiallyChecked);
-        } else if (auto* spin = qobject_cast<QAbstractSpinBox*>(widget)) {
-            // Its lowest value shown as blank: a value of its own, which a user leaving the field
-            // untouched keeps, where an emptied text would show the number again.
-            spin->setSpecialValueText(QStringLiteral(" "));
-            if (auto* date = qobject_cast<QDateTimeEdit*>(widget))
-                date->setDateTime(date->minimumDateTime());
-            else if (auto* number = qobject_cast<QSpinBox*>(widget))
-                number->setValue(number->minimum());
-            else if (auto* real = qobject_cast<QDoubleSpinBox*>(widget))
-                real->setValue(real->minimum());
-        } else if (auto* combo = qobject_cast<QComboBox*>(widget))
-            combo->setCurrentIndex(-1);
-        else if (auto* edit = qobject_cast<QLineEdit*>(widget))
-            edit->clear();
-        else if (auto* label = qobject_cast<QLabel*>(widget))
-            label->clear();
-        else if (auto* bar = qobject_cast<QProgressBar*>(widget))
-            bar->reset();
+        QObject* widget = _widget_of(it.key());
+        if (!widget)
+            continue;
+        // A spin box's lowest value shown as blank: a value of its own, which a user leaving the
+        // field untouched keeps, where an emptied text would show the number again.
+        switch (it->first) {
+        case checkbox:
+            static_cast<QCheckBox*>(widget)->setCheckState(Qt::PartiallyChecked);
+            break;
+        case spinbox: {
+            auto* box = static_cast<QSpinBox*>(widget);
+            box->setSpecialValueText(QStringLiteral(" "));
+            box->setValue(box->minimum());
+            break;
+        }
+        case doublespinbox: {
+            auto* box = static_cast<QDoubleSpinBox*>(widget);
+            box->setSpecialValueText(QStringLiteral(" "));
+            box->setValue(box->minimum());
+            break;
+        }
+        case datetimeedit: {
+            auto* edit = static_cast<QDateTimeEdit*>(widget);
+            edit->setSpecialValueText(QStringLiteral(" "));
+            edit->setDateTime(edit->minimumDateTime());
+            break;
+        }
+        case combobox:
+            static_cast<QComboBox*>(widget)->setCurrentIndex(-1);
+            break;
+        case lineedit:
+            static_cast<QLineEdit*>(widget)->clear();
+            break;
+        case label:
+            static_cast<QLabel*>(widget)->clear();
+            break;
+        case progressbar:
+            static_cast<QProgressBar*>(widget)->reset();
+            break;
+        default: // inert, or a number that names no kind
+            break;
+        }
     }
     _form->set_loading_data(loading);
 }

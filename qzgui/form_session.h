@@ -96,6 +96,11 @@ public:
     /// @return the pending changes as a write request (sat_worker::set_params())
     QVector<QPair<uint32_t, QVariant>> pending_changes() const;
 
+    /**
+     * @return what the fields show, as a parameter file keeps it (read_form_values()), leaving out
+     * the fields that hold no value: neither the device's nor a pending change
+     */
+    QMap<uint32_t, QVariant> shown_values() const;
     /// @return the value the device last reported for each id (read or confirmed written)
     const QMap<uint32_t, QVariant>& device_values() const;
 
@@ -166,6 +171,7 @@ private:
     void _show(uint32_t id, const QVariant& value);
     void _settle(uint32_t id);
     void _two_states(uint32_t id);
+    QObject* _widget_of(uint32_t id) const;
 
     ui_controller* _form;
     const widget_map* _widgets;

@@ -450,7 +450,8 @@ void console_window::set_device_address(const QString& address)
 
 bool console_window::save_parameters_to(const QString& path)
 {
-    const QMap<uint32_t, QVariant> values = qz::gui::read_form_values(_widgets);
+    // Fields that hold no value (never read) are left out, not saved as a made-up one.
+    const QMap<uint32_t, QVariant> values = _session->shown_values();
     try {
         qz::gui::save_parameters(path, values);
     } catch (const std::runtime_error& e) {

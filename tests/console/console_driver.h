@@ -88,12 +88,14 @@ inline bool shows_no_value(QWidget* field)
 {
     if (auto* box = qobject_cast<QCheckBox*>(field))
         return box->checkState() == Qt::PartiallyChecked;
+    // A spin box holds its blank lowest value; text typed but not yet taken (out of range, say)
+    // is no value either, as for a field that was read.
     if (auto* spin = qobject_cast<QSpinBox*>(field))
-        return spin->text().trimmed().isEmpty();
+        return spin->specialValueText() == QLatin1String(" ") && spin->value() == spin->minimum();
     if (auto* spin = qobject_cast<QDoubleSpinBox*>(field))
-        return spin->text().trimmed().isEmpty();
+        return spin->specialValueText() == QLatin1String(" ") && spin->value() == spin->minimum();
     if (auto* edit = qobject_cast<QDateTimeEdit*>(field))
-        return edit->text().trimmed().isEmpty();
+        return edit->specialValueText() == QLatin1String(" ") && edit->dateTime() == edit->minimumDateTime();
     if (auto* combo = qobject_cast<QComboBox*>(field))
         return combo->currentIndex() < 0;
     if (auto* edit = qobject_cast<QLineEdit*>(field))

@@ -81,9 +81,12 @@ private slots:
         QCOMPARE(f.datetime->text().trimmed(), QString());
         QVERIFY(f.progress->value() < f.progress->minimum());
         QVERIFY(session.pending_ids().isEmpty());
+        // Nothing to save: no field holds a value.
+        QVERIFY(session.shown_values().isEmpty());
         // The user sets a field never read; discarded, it holds nothing again.
         f.click_check();
         QCOMPARE(session.pending_ids(), QVector<uint32_t>{id_check});
+        QCOMPARE(session.shown_values(), (QMap<uint32_t, QVariant>{{id_check, true}}));
         session.discard_changes();
         QVERIFY(session.pending_ids().isEmpty());
         QCOMPARE(f.check->checkState(), Qt::PartiallyChecked);

@@ -248,10 +248,7 @@ void panel_window::stop()
 QString panel_window::save_parameters(const QString& path)
 {
     // What the fields show, except fields that never held a value of the device's or the user's.
-    QMap<uint32_t, QVariant> values = qz::gui::read_form_values(_bindings.widgets);
-    for (const uint32_t id : std::as_const(_unread))
-        if (!_session->is_pending(id))
-            values.remove(id);
+    const QMap<uint32_t, QVariant> values = _session->shown_values();
     try {
         qz::gui::save_parameters(path, values);
     } catch (const std::exception& e) {
