@@ -98,8 +98,11 @@ public:
      */
     class QZGUI_MODBUS_EXPORT pending_read {
     public:
+        /// Takes over @p other's request; @p other is left with none.
         pending_read(pending_read&& other) noexcept;
+        /// Abandons this read's request, if any, and takes over @p other's.
         pending_read& operator=(pending_read&& other) noexcept;
+        /// Abandons the request when it was not finished.
         ~pending_read();
 
     private:

@@ -88,6 +88,7 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
      * Encodes @p value for the device. Numbers of another type are taken when they convert
      * exactly. A scaled integer value must be a whole number of steps: one between two steps is
      * refused, never rounded. A float32 value is taken when it rounds to a finite float.
+     * @param value the value to encode
      * @param why where given, says why a value is refused: the type and the values it holds, or
      *        the two nearest values a scale holds
      * @return size() words (a bit as 0 or 1), or nothing when the value does not fit the type or
@@ -101,6 +102,7 @@ struct QZGUI_MODBUS_EXPORT register_entry_t {
      * exponent where wanted ("1.5", "2e3"), a sign + or - in front; an integer without scale also
      * "0x" and hexadecimal digits. No group separators, blanks, "inf" or "nan". A choice's text
      * stands for its value. The value must then fit as encode() says, and be one admits() takes.
+     * @param text the text typed
      * @param why where given, says why a text is refused
      * @return the value as the device will hold it (as decode() gives it back: an int for "1.0"
      *         of an int16, 21.6 for "21.6" of a float32), or nothing when the text names no
