@@ -7,15 +7,18 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QHash>
 #include <QObject>
 #include <QVector>
 
 #include <cstdint>
+#include <memory>
 
 class QTimer;
 
 namespace qz::gui {
+namespace internal {
+class csv_table;
+}
 
 /**
  * @class sample_recorder sample_recorder.h <qzgui/sample_recorder.h>
@@ -71,22 +74,16 @@ Q_SIGNALS:
     void on_fault(const QString& text);
 
 private:
-    void _put(uint32_t id, const QByteArray& cell, qint64 time_ms);
-    void _end_row();
+    void _took(const QByteArray& ended_rows);
     void _write_out();
     bool _open(bool replace);
 
     QString _path;
-    QByteArray _header;
-    QHash<uint32_t, int> _column_of;
-    QVector<QByteArray> _cells; // the row in progress
-    QVector<bool> _filled;
-    int _filled_count = 0;
-    qint64 _row_time = 0;
-    QElapsedTimer _since_sample; // since the row in progress last got a cell
+    std::unique_ptr<internal::csv_table> _table;
+    QElapsedTimer _since_sample; // since the open row last got a cell
     QByteArray _waiting;         // ended rows not yet in the file
-    int _waiting_rows = 0;
     int _rows = 0;
+    int _rows_settled = 0; // rows ended and written or lost
     bool _faulted = false;
     QFile _file;
     QTimer* _timer;

@@ -112,6 +112,13 @@ public:
         return false;
     }
 
+    /// Kills the device at once (SIGKILL), as a crash or a pulled plug would, and waits for the end.
+    void kill()
+    {
+        _process.kill();
+        _process.waitForFinished(10000);
+    }
+
     /// Sends SIGTERM and waits for the end. @return the exit code, or -1 when it did not end
     int terminate(QByteArray* rest_of_output)
     {

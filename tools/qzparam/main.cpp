@@ -3,6 +3,7 @@
 // same worker a qzgui application uses.
 #include "../common/quit_signal.h"
 #include "../common/tool_output.h"
+#include "watch.h"
 
 #include <qzgui/modbus/modbus_module.h>
 #include <qzgui/modbus/modbus_worker.h>
@@ -17,6 +18,8 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -71,6 +74,9 @@ int main(int argc, char** argv)
         QStringLiteral("Reads or writes parameters of a Modbus device.\n"
                        "  qzparam --device ADDRESS --map MAP.json read [ID...]\n"
                        "  qzparam --device ADDRESS --map MAP.json write ID=VALUE...\n"
+                       "  qzparam --device ADDRESS --map MAP.json watch [--interval MS] [--count N] [ID...]\n"
+                       "watch polls the ids (every id of the map unless named) and writes CSV to standard "
+                       "output, one row per sweep, until N rows or SIGINT/SIGTERM.\n"
                        "Exit status: 0 all succeeded, 1 an id failed, 2 a bad argument, map or value, "
                        "3 no connection."));
     parser.addHelpOption();
@@ -99,14 +105,25 @@ int main(int argc, char** argv)
         QStringLiteral("n"));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Add the details to each failure."));
-    parser.addOptions({device, map_option, timeout, repeats, verbose});
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("read or write"));
+    const QCommandLineOption interval(
+        QStringLiteral("interval"),
+        QStringLiteral("watch: from the start of one sweep to the start of the next (default 1000; "
+                       "0: back to back)."),
+        QStringLiteral("ms"));
+    const QCommandLineOption count(QStringLiteral("count"),
+                                   QStringLiteral("watch: stop after this many rows (default: no end)."),
+                                   QStringLiteral("n"));
+    parser.addOptions({device, map_option, timeout, repeats, verbose, interval, count});
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("read, write or watch"));
     parser.process(app);
 
     QStringList words = parser.positionalArguments();
     const QString command = words.isEmpty() ? QString() : words.takeFirst();
-    if (command != QLatin1String("read") && command != QLatin1String("write"))
-        bad_argument(QStringLiteral("the command is read or write"));
+    const bool watching = command == QLatin1String("watch");
+    if (command != QLatin1String("read") && command != QLatin1String("write") && !watching)
+        bad_argument(QStringLiteral("the command is read, write or watch"));
+    if (!watching && (parser.isSet(interval) || parser.isSet(count)))
+        bad_argument(QStringLiteral("--interval and --count are for watch"));
     if (!parser.isSet(device) || !parser.isSet(map_option))
         bad_argument(QStringLiteral("--device and --map are needed"));
     if (command == QLatin1String("write") && words.isEmpty())
@@ -129,7 +146,7 @@ int main(int argc, char** argv)
     QVector<uint32_t> reads;
     QVector<QPair<uint32_t, QVariant>> writes;
     for (const QString& word : words) {
-        if (command == QLatin1String("read")) {
+        if (command != QLatin1String("write")) {
             reads.append(known_id(word));
             continue;
         }
@@ -145,8 +162,21 @@ int main(int argc, char** argv)
                     .arg(qz::gui::printable_text(word.mid(equals + 1)), short_parameter_id_text(id), why));
         writes.append({id, *value});
     }
-    if (command == QLatin1String("read") && reads.isEmpty())
+    if (reads.isEmpty())
         reads = map.ids();
+    qz::tools::watch_request_t watch_request;
+    if (watching) {
+        if (parser.isSet(interval))
+            watch_request.interval_ms = whole_number(interval.names().first(), parser.value(interval), 0, 86400000);
+        if (parser.isSet(count))
+            watch_request.count = whole_number(count.names().first(), parser.value(count), 1, INT_MAX);
+        const QVector<qz::gui::parameter_description> descriptions = map.descriptions();
+        for (const uint32_t id : reads) {
+            watch_request.columns.append(*std::find_if(descriptions.begin(), descriptions.end(),
+                                                       [id](const auto& d) { return d.id == id; }));
+        }
+        watch_request.device = parser.value(device);
+    }
 
     qz::gui::register_meta_types();
     qz::gui::resource_manager texts;
@@ -160,6 +190,13 @@ int main(int argc, char** argv)
         worker->repeats = whole_number(repeats.names().first(), parser.value(repeats), 0, 100);
     worker->moveToThread(&thread);
     QObject::connect(&thread, &QThread::finished, worker, &QObject::deleteLater);
+    if (watching) {
+        thread.start();
+        const int watch_status = qz::tools::watch(worker, watch_request);
+        thread.quit();
+        thread.wait();
+        return watch_status;
+    }
 
     int status = all_done;
     bool connected = false;
