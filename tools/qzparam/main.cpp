@@ -167,7 +167,8 @@ int main(int argc, char** argv)
     qz::tools::watch_request_t watch_request;
     if (watching) {
         if (parser.isSet(interval))
-            watch_request.interval_ms = whole_number(interval.names().first(), parser.value(interval), 0, 86400000);
+            watch_request.interval_ms =
+                whole_number(interval.names().first(), parser.value(interval), 0, 86400000);
         if (parser.isSet(count))
             watch_request.count = whole_number(count.names().first(), parser.value(count), 1, INT_MAX);
         const QVector<qz::gui::parameter_description> descriptions = map.descriptions();
