@@ -4,18 +4,22 @@
 #include "connect_dialog.h"
 #include "form_fixture.h"
 #include "modbus_fixture.h"
+#include "monitor_tab.h"
 #include "panel_window.h"
 #include "temporary_settings.h"
 
 #include <qzgui/modbus/modbus_module.h>
 #include <qzgui/settings_keys.h>
+#include <qzgui/trend/trend_view.h>
 
 #include <QComboBox>
 #include <QImage>
+#include <QLabel>
 #include <QListWidget>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabWidget>
 #include <QTranslator>
 #include <QtTest>
 
@@ -196,6 +200,111 @@ private slots:
         QVERIFY(run(*window, &qz::panel::panel_window::write_changes));
         QCOMPARE(device_holds(device, "0x0002"), QStringLiteral("0x0002 = bench copy"));
         QVERIFY(!window->load_parameters(_dir.filePath(QStringLiteral("missing.json"))).isEmpty());
+    }
+
+    void the_monitor_offers_numbers_and_booleans_only()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        auto window = _open(device);
+        qz::panel::monitor_tab* monitor = window->monitor();
+        auto* tabs = window->findChild<QTabWidget*>();
+        QVERIFY(tabs);
+        QCOMPARE(tabs->tabText(1), QStringLiteral("Monitor"));
+        QCOMPARE(tabs->widget(1), monitor);
+        // The device name is text: a trend has no line for it.
+        QCOMPARE(monitor->offered(), (QVector<uint32_t>{1, 3, 4, 5, 0xA, 7}));
+        QVERIFY(!monitor->stop_button()->isEnabled());
+        QVERIFY(!monitor->start().isEmpty()); // nothing ticked
+        QVERIFY(!monitor->is_active());
+        QVERIFY(!monitor->record(_dir.filePath(QStringLiteral("early.csv"))).isEmpty()); // not polling
+        QVERIFY(!QFile::exists(_dir.filePath(QStringLiteral("early.csv"))));
+    }
+
+    void the_monitor_polls_draws_and_records()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        auto window = _open(device);
+        qz::panel::monitor_tab* monitor = window->monitor();
+        monitor->set_ticked({3, 1, 7});
+        QCOMPARE(monitor->ticked(), (QVector<uint32_t>{1, 3, 7}));
+        QCOMPARE(monitor->trend()->parameters(), (QVector<uint32_t>{1, 3, 7}));
+        monitor->set_interval(100);
+        QTest::mouseClick(monitor->start_button(), Qt::LeftButton);
+        QVERIFY(monitor->is_active());
+        QVERIFY(!monitor->start_button()->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(monitor->history().size(3) >= 3, 30000);
+        // The polled values reach the form too.
+        QCOMPARE(qobject_cast<QSpinBox*>(window->field(3))->text(), QStringLiteral("12 dB"));
+        QVERIFY(window->has_device_value(7));
+        QVERIFY(!window->has_device_value(4)); // not polled
+        const QVector<QPointF> gains = monitor->history().samples(3, 0, std::numeric_limits<qint64>::max());
+        QVERIFY(std::all_of(gains.begin(), gains.end(), [](const QPointF& p) { return p.y() == 12; }));
+        QCOMPARE(monitor->history().samples(1, 0, std::numeric_limits<qint64>::max()).value(0).y(), 1.0);
+
+        const QString csv = _dir.filePath(QStringLiteral("monitor.csv"));
+        QCOMPARE(monitor->record(csv), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(monitor->recorded_rows() >= 3, 30000);
+        QTRY_VERIFY(monitor->recording_label()->text().contains(QStringLiteral("row")));
+        QVERIFY2(monitor->recording_label()->text().contains(QDir::toNativeSeparators(csv)),
+                 qPrintable(monitor->recording_label()->text()));
+        QTest::mouseClick(monitor->stop_button(), Qt::LeftButton);
+        QVERIFY(!monitor->is_active());
+        QCOMPARE(monitor->recorded_rows(), -1);
+
+        QFile file(csv);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QCOMPARE(lines.first(),
+                 QByteArray("time,0x0001 Output enabled,0x0003 Gain (dB),0x0007 Signal level\r"));
+        QVERIFY(lines.size() >= 5); // header, three rows at least, and the end of the last line
+        for (const QByteArray& row : lines.mid(1, lines.size() - 2))
+            QVERIFY2(row.endsWith(",1,12,63\r") && row.contains('T') && row.contains("Z,"), row.constData());
+        // While monitoring, routine sweeps stay out of the log; starting and stopping are in it.
+        QTRY_VERIFY(!log_lines(*window).filter(QStringLiteral("monitoring stopped")).isEmpty());
+        QVERIFY(log_lines(*window).filter(QStringLiteral("read 0x0003")).isEmpty());
+    }
+
+    void the_form_keeps_stale_values_while_the_device_is_lost()
+    {
+        auto device = std::make_unique<device_process>();
+        QVERIFY(device->start(_map));
+        const QString address = device->address();
+        const QString port = address.section(QLatin1Char(':'), 2).section(QLatin1Char('?'), 0, 0);
+        auto window = _open(*device);
+        qz::panel::monitor_tab* monitor = window->monitor();
+        monitor->set_ticked({3, 7});
+        monitor->set_interval(100);
+        QCOMPARE(monitor->start(), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(monitor->history().size(7) >= 2, 30000);
+        const QString tool_tip = window->field(3)->toolTip();
+
+        device->kill();
+        QTRY_VERIFY_WITH_TIMEOUT(window->status_text().startsWith(QStringLiteral("Device lost: ")), 30000);
+        QVERIFY(window->is_stale(3) && window->is_stale(7));
+        QVERIFY(window->field(3)->font().italic());
+        QVERIFY(window->field(3)->toolTip().startsWith(QStringLiteral("Stale: ")));
+        // The last values stay in the form.
+        QCOMPARE(qobject_cast<QSpinBox*>(window->field(3))->text(), QStringLiteral("12 dB"));
+        QCOMPARE(qobject_cast<QSpinBox*>(window->field(7))->text(), QStringLiteral("63"));
+        QVERIFY(monitor->is_active());
+
+        // Back on the same port: polling resumes by itself.
+        device = std::make_unique<device_process>();
+        QVERIFY(device->start(_map, QStringLiteral("tcp://127.0.0.1:%1").arg(port)));
+        QTRY_VERIFY_WITH_TIMEOUT(!window->is_stale(3) && !window->is_stale(7), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->status_text() == QStringLiteral("Device: connected"), 30000);
+        QCOMPARE(window->field(3)->toolTip(), tool_tip);
+        QVERIFY(!window->field(3)->font().italic());
+        const int after = monitor->history().size(7);
+        QTRY_VERIFY_WITH_TIMEOUT(monitor->history().size(7) >= after + 2, 30000);
+        // The trend breaks where the device was gone.
+        const QVector<QPointF> levels = monitor->history().samples(7, 0, std::numeric_limits<qint64>::max());
+        QVERIFY(
+            std::any_of(levels.begin(), levels.end(), [](const QPointF& p) { return std::isnan(p.y()); }));
+        QVERIFY(!log_lines(*window).filter(QStringLiteral("device lost: ")).isEmpty());
+        QTRY_VERIFY(!log_lines(*window).filter(QStringLiteral("device back")).isEmpty());
     }
 
     void the_dialog_gives_the_address_and_remembers_it()

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "panel_window.h"
 
+#include "monitor_tab.h"
+
 #include <qzgui/form_builder.h>
 #include <qzgui/form_session.h>
 #include <qzgui/log_controller.h>
@@ -26,6 +28,8 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QStatusBar>
+#include <QTabWidget>
+#include <QTime>
 #include <QVBoxLayout>
 
 #include <stdexcept>
@@ -90,10 +94,15 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     connect(_discard, &QPushButton::clicked, this, &panel_window::discard_changes);
     connect(_stop, &QPushButton::clicked, this, &panel_window::stop);
 
+    auto* parameters = new QWidget;
+    auto* parameters_layout = new QVBoxLayout(parameters);
+    parameters_layout->addWidget(scroll, 1);
+    parameters_layout->addLayout(buttons);
+    _tabs = new QTabWidget;
+    _tabs->addTab(parameters, tr("Parameters"));
     auto* central = new QWidget;
     auto* layout = new QVBoxLayout(central);
-    layout->addWidget(scroll, 3);
-    layout->addLayout(buttons);
+    layout->addWidget(_tabs, 3);
     layout->addWidget(_log_list, 1);
     setCentralWidget(central);
     _status =
@@ -110,6 +119,16 @@ panel_window::panel_window(const qz::modbus::register_map& map,
         std::make_unique<qz::modbus::modbus_worker>(nullptr, _module.get(), _map));
     _worker = _thread->worker();
     _connect_worker();
+    _monitor = new monitor_tab(_map.descriptions(), _worker);
+    _tabs->addTab(_monitor, tr("Monitor"));
+    connect(_monitor, &monitor_tab::link_changed, this, &panel_window::_on_link);
+    connect(_monitor, &monitor_tab::report, this, [this](bool warning, const QString& text) {
+        _log->log(warning ? log_item::WARN : log_item::INFO, text);
+    });
+    // Sweep after sweep would bury everything else in the log: while monitoring, it keeps to the
+    // device lost and back, per-parameter failures of writes, and the values written.
+    connect(_monitor, &monitor_tab::activity_changed, this,
+            [this](bool active) { _log_operations(!active); });
     _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
     resize(900, 800);
 }
@@ -140,9 +159,22 @@ QString panel_window::_value_text(uint32_t id, const QVariant& value) const
     return qz::gui::printable_value(value);
 }
 
+void panel_window::_log_operations(bool on)
+{
+    if (on == bool(_operation_log))
+        return;
+    if (on) {
+        _operation_log = new QObject(this);
+        qz::gui::log_worker_reports(_worker, _log.get(), &_texts, _operation_log);
+    } else {
+        delete _operation_log; // its connections go with it
+        _operation_log = nullptr;
+    }
+}
+
 void panel_window::_connect_worker()
 {
-    qz::gui::log_worker_reports(_worker, _log.get(), &_texts, this);
+    _log_operations(true);
     connect(_worker, &sat_worker::on_operation_control, this,
             [this](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
                 if (status == sat_worker::status_begin)
@@ -151,19 +183,26 @@ void panel_window::_connect_worker()
                 emit operation_finished();
             });
     connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
-        _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(state)));
+        // While the device is lost, the status bar says so until it is back.
+        if (!_link_down)
+            _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(state)));
     });
     // Marked read before the session shows the value, so the field is ready for it.
     connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
         _mark_read(id);
-        _log->log(log_item::QZTTC, QStringLiteral("read %1 = %2").arg(_name(id), _value_text(id, value)));
+        _mark_stale(id, false);
+        if (!_monitor->is_active())
+            _log->log(log_item::QZTTC, QStringLiteral("read %1 = %2").arg(_name(id), _value_text(id, value)));
     });
     connect(_worker, &sat_worker::on_set_param, this, [this](uint32_t id, const QVariant& value) {
         _log->log(log_item::QZTTC, QStringLiteral("written %1 = %2").arg(_name(id), _value_text(id, value)));
     });
     connect(_worker, &sat_worker::on_get_param_request_error, this,
             [this](uint32_t id, const qz::gui::error_descriptor& err) {
-                _log_error(QStringLiteral("read"), id, err);
+                if (_monitor->is_active())
+                    _session->mark_failed(id, qz::gui::failure_line(_texts, err));
+                else
+                    _log_error(QStringLiteral("read"), id, err);
             });
     connect(_worker, &sat_worker::on_set_param_request_error, this,
             [this](uint32_t id, const qz::gui::error_descriptor& err) {
@@ -178,6 +217,53 @@ void panel_window::_log_error(const QString& what, uint32_t id, const qz::gui::e
     const QString text = qz::gui::failure_line(_texts, err);
     _log->log(log_item::ERROR, QStringLiteral("%1 %2: %3").arg(what, _name(id), text));
     _session->mark_failed(id, text);
+}
+
+void panel_window::_on_link(bool up, const QString& text)
+{
+    _link_down = !up;
+    for (const uint32_t id : _monitor->polled())
+        if (!up && !_unread.contains(id))
+            _mark_stale(id, true);
+    if (up) {
+        _status->setText(tr("Device: %1").arg(text));
+        _log->log(log_item::INFO, QStringLiteral("device back: polling goes on"));
+    } else {
+        _status->setText(
+            tr("Device lost: %1. The form shows the last values read; polling goes on.").arg(text));
+        _log->log(log_item::WARN,
+                  QStringLiteral("device lost: %1; the form keeps the last values").arg(text));
+    }
+}
+
+void panel_window::_mark_stale(uint32_t id, bool stale)
+{
+    QWidget* w = field(id);
+    if (!w || stale == _stale.contains(id))
+        return;
+    QWidget* hint = _bindings.hints.value(id);
+    // Italic, and a tool tip saying why: the value is the last one read, not what the device holds.
+    for (QWidget* shown : {w, hint}) {
+        if (!shown)
+            continue;
+        QFont font = shown->font();
+        font.setItalic(stale);
+        shown->setFont(font);
+    }
+    if (stale) {
+        _stale.insert(id);
+        _tool_tips.insert(id, w->toolTip());
+        w->setToolTip(tr("Stale: the last value read, at %1; the device is lost.")
+                          .arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
+    } else {
+        _stale.remove(id);
+        w->setToolTip(_tool_tips.take(id));
+    }
+}
+
+QString panel_window::status_text() const
+{
+    return _status->text();
 }
 
 void panel_window::_mark_read(uint32_t id)
@@ -335,6 +421,7 @@ void panel_window::_end_worker()
 {
     if (!_worker)
         return;
+    _monitor->stop();
     _thread->end();
     _worker = nullptr;
     // The worker's last reports are queued to this window; they reach the log before it goes.

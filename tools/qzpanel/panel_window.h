@@ -8,6 +8,7 @@
 #include <qzgui/resource_manager.h>
 #include <qzgui/sat_worker.h>
 
+#include <QHash>
 #include <QMainWindow>
 #include <QSet>
 
@@ -17,6 +18,7 @@ class QCloseEvent;
 class QLabel;
 class QListWidget;
 class QPushButton;
+class QTabWidget;
 
 namespace qz::gui {
 class form_session;
@@ -31,11 +33,17 @@ class modbus_module;
 
 namespace qz::panel {
 
+class monitor_tab;
+
 /**
  * The form of every parameter of a register map, built by qz::gui::build_form() and bound by
  * qz::gui::scan_form(), with Read, Write, Discard and Stop, a log, and parameter files. A field
  * is what the device holds or a pending change (qz::gui::form_session); until its first read it
  * holds nothing of the device's, and shows so: disabled, with no value (a check box half-checked).
+ *
+ * The Monitor tab polls chosen parameters into a trend and a CSV file; their values reach the form
+ * too. While the device is lost the form keeps the last values, marked stale, and the status bar
+ * says so; polling resumes by itself when the device is back.
  */
 class panel_window : public QMainWindow {
     Q_OBJECT
@@ -77,6 +85,12 @@ public:
     QPushButton* discard_button() const { return _discard; }
     QPushButton* stop_button() const { return _stop; }
     QListWidget* log_list() const { return _log_list; }
+    /// @return the Monitor tab
+    monitor_tab* monitor() const { return _monitor; }
+    /// @return the status bar's text
+    QString status_text() const;
+    /// @return whether the field of @p id shows a value read before the device was lost
+    bool is_stale(uint32_t id) const { return _stale.contains(id); }
 
 Q_SIGNALS:
     /// An operation of the worker has ended.
@@ -96,6 +110,9 @@ private:
     void _ask_save();
     void _ask_load();
     void _log_error(const QString& what, uint32_t id, const qz::gui::error_descriptor& err);
+    void _on_link(bool up, const QString& text);
+    void _mark_stale(uint32_t id, bool stale);
+    void _log_operations(bool on);
 
     qz::modbus::register_map _map;
     std::unique_ptr<qz::modbus::modbus_module> _module;
@@ -107,6 +124,12 @@ private:
     std::unique_ptr<qz::gui::form_session> _session;
     std::unique_ptr<qz::gui::log_controller> _log;
     QSet<uint32_t> _unread;
+    QSet<uint32_t> _stale;
+    QHash<uint32_t, QString> _tool_tips; // of the stale fields, as they were
+    QObject* _operation_log = nullptr;   // the worker's routine reports go to the log while it lives
+    monitor_tab* _monitor = nullptr;
+    QTabWidget* _tabs = nullptr;
+    bool _link_down = false;
     QListWidget* _log_list = nullptr;
     QLabel* _status = nullptr;
     QPushButton* _read = nullptr;

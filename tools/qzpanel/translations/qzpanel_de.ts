@@ -81,6 +81,64 @@
     </message>
 </context>
 <context>
+    <name>qz::panel::monitor_tab</name>
+    <message>
+        <source> ms</source>
+        <translation> ms</translation>
+    </message>
+    <message>
+        <source>From the start of one sweep to the start of the next; 0: back to back</source>
+        <translation>Vom Beginn eines Durchlaufs bis zum Beginn des nächsten; 0: ohne Pause</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>Start</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Record to CSV...</source>
+        <translation>Als CSV aufzeichnen...</translation>
+    </message>
+    <message>
+        <source>Not recording</source>
+        <translation>Keine Aufzeichnung</translation>
+    </message>
+    <message>
+        <source>Interval:</source>
+        <translation>Intervall:</translation>
+    </message>
+    <message>
+        <source>Monitor</source>
+        <translation>Überwachung</translation>
+    </message>
+    <message>
+        <source>Tick the parameters to monitor first.</source>
+        <translation>Wählen Sie zuerst die zu überwachenden Parameter aus.</translation>
+    </message>
+    <message>
+        <source>Start monitoring first: the file records what is polled.</source>
+        <translation>Starten Sie zuerst die Überwachung: die Datei zeichnet die abgefragten Werte auf.</translation>
+    </message>
+    <message>
+        <source>Record to CSV</source>
+        <translation>Als CSV aufzeichnen</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv);;All files (*)</source>
+        <translation>CSV-Dateien (*.csv);;Alle Dateien (*)</translation>
+    </message>
+    <message numerus="yes">
+        <source>Recording to %1: %n row(s)</source>
+        <translation>
+            <numerusform>Aufzeichnung in %1: %n Zeile</numerusform>
+            <numerusform>Aufzeichnung in %1: %n Zeilen</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>qz::panel::panel_window</name>
     <message>
         <source>qzpanel - %1</source>
@@ -144,6 +202,22 @@
             <numerusform>%n Feld enthält eine Änderung, die nicht auf dem Gerät ist. Schließen und sie verwerfen?</numerusform>
             <numerusform>%n Felder enthalten Änderungen, die nicht auf dem Gerät sind. Schließen und sie verwerfen?</numerusform>
         </translation>
+    </message>
+    <message>
+        <source>Parameters</source>
+        <translation>Parameter</translation>
+    </message>
+    <message>
+        <source>Monitor</source>
+        <translation>Überwachung</translation>
+    </message>
+    <message>
+        <source>Device lost: %1. The form shows the last values read; polling goes on.</source>
+        <translation>Gerät verloren: %1. Das Formular zeigt die zuletzt gelesenen Werte; die Abfrage läuft weiter.</translation>
+    </message>
+    <message>
+        <source>Stale: the last value read, at %1; the device is lost.</source>
+        <translation>Veraltet: der zuletzt gelesene Wert, von %1; das Gerät ist verloren.</translation>
     </message>
 </context>
 </TS>
