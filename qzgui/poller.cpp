@@ -26,6 +26,15 @@ poller::poller(sat_worker* worker, QObject* parent)
     // Never early: a coarse timer may fire 5% before the interval is over.
     _timer->setTimerType(Qt::PreciseTimer);
     connect(_timer, &QTimer::timeout, this, &poller::_sweep);
+    // Every read and write request, the application's and ours, in the order the worker takes
+    // them: each ends in one operation, so the oldest open request is the one that ends next.
+    // Direct: they are made in this thread, and must be counted before any report of them.
+    connect(
+        worker, &sat_worker::get_params, this, [this] { _requests.push_back(_asking); },
+        Qt::DirectConnection);
+    connect(
+        worker, &sat_worker::set_params, this, [this] { _requests.push_back(_asking); },
+        Qt::DirectConnection);
     // The reports come from the worker's thread, queued to this one.
     connect(worker, &sat_worker::on_operation_control, this, &poller::_on_operation);
     connect(worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
@@ -84,7 +93,12 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
         return;
     }
     _running = std::max(_running - 1, 0);
-    if (_asked && op == sat_worker::op_read) {
+    // An operation of a request made before this poller existed is nobody's we know of.
+    const bool sweep = !_requests.empty() && _requests.front();
+    if (!_requests.empty())
+        _requests.pop_front();
+    emit on_request_end(op, sweep);
+    if (sweep) {
         _asked = false;
         if (_connected && _link_down) {
             _link_down = false;
@@ -97,8 +111,8 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
 
 bool poller::_may_ask() const
 {
-    // Never a request behind a running operation, ours or the application's.
-    return _active && !_asked && _running == 0;
+    // Never a request behind a running or waiting operation, ours or the application's.
+    return _active && !_asked && _running == 0 && _requests.empty();
 }
 
 void poller::_schedule()
@@ -117,7 +131,9 @@ void poller::_sweep()
     _asked = true;
     _connected = false;
     _since_sweep.start();
+    _asking = true;
     emit _worker->get_params(_ids);
+    _asking = false;
 }
 
 } // namespace qz::gui

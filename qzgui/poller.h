@@ -10,6 +10,7 @@
 #include <QVector>
 
 #include <cstdint>
+#include <deque>
 
 class QTimer;
 
@@ -36,7 +37,8 @@ namespace qz::gui {
  * poller.start(map.ids(), 500);
  * @endcode
  *
- * GUI thread only (the thread that made it); the worker must live in another.
+ * GUI thread only (the thread that made it); the worker must live in another, and requests to it
+ * come from the poller's thread, so that the poller knows the order in which they run.
  */
 class QZGUI_EXPORT poller : public QObject {
     Q_OBJECT
@@ -65,6 +67,13 @@ Q_SIGNALS:
     /// The device was lost (@p up false: a sweep could not connect) or is back (true); @p text is
     /// the catalogue's rendering of the failure, or of the connected state.
     void on_link(bool up, const QString& text);
+    /**
+     * A read or write request to the worker has ended: @p sweep tells whether it was a sweep of
+     * this poller. An application that shares the worker with the poller learns here when its own
+     * request is over, as the worker's on_operation_control() cannot tell whose operation ended.
+     * Counts the requests made from the poller's thread while it exists.
+     */
+    void on_request_end(qz::gui::sat_worker::operation_type_e op, bool sweep);
 
 private:
     void _on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status);
@@ -79,6 +88,8 @@ private:
     bool _active = false;
     int _running = 0;           // operations of the worker begun and not yet ended, as seen here
     bool _asked = false;        // a sweep of ours is asked for and has not ended
+    bool _asking = false;       // the request being made now is our sweep
+    std::deque<bool> _requests; // requests made and not ended, oldest first: true for our sweeps
     bool _connected = false;    // the sweep in progress connected
     bool _link_down = false;    // on_link(false) was said and not yet taken back
     QElapsedTimer _since_sweep; // from the start of the last sweep; invalid before the first

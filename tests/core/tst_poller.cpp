@@ -161,6 +161,50 @@ private slots:
         QCOMPARE(seen.events.mid(write_at, 4), (QStringList{"write", "begin", "end", "ask"}));
     }
 
+    void a_request_waiting_for_its_turn_keeps_the_sweep_back()
+    {
+        qz::sim::simulated_module module;
+        module.store(1, 1);
+        module.store(2, 2);
+        qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+        qz::gui::poller poller(thread.worker());
+        timeline seen(thread.worker());
+        QSignalSpy ends(&poller, &qz::gui::poller::on_request_end);
+        // The worker's thread busy for a while: the write below waits, and no report of it comes.
+        QMetaObject::invokeMethod(
+            thread.worker(), [] { QThread::msleep(500); }, Qt::QueuedConnection);
+        seen.note("write");
+        emit thread.worker()->set_params({{2, 22}});
+        poller.start({1}, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(seen.count("end") >= 3, 30000);
+        poller.stop();
+        QTRY_COMPARE_WITH_TIMEOUT(seen.count("end"), seen.count("ask") + 1, 30000);
+        // The sweep went out once the write was over, not behind it.
+        QCOMPARE(seen.events.mid(0, 4), (QStringList{"write", "begin", "end", "ask"}));
+        // Each request's end, with whose it was: the write the application's, then the sweeps.
+        QCOMPARE(ends.first().at(0).value<sat_worker::operation_type_e>(), sat_worker::op_write);
+        QCOMPARE(ends.first().at(1).toBool(), false);
+        for (int i = 1; i < ends.size(); ++i) {
+            QCOMPARE(ends.at(i).at(0).value<sat_worker::operation_type_e>(), sat_worker::op_read);
+            QCOMPARE(ends.at(i).at(1).toBool(), true);
+        }
+        // A read of the application's while polling is the application's, not a sweep.
+        ends.clear();
+        poller.start({1}, 300);
+        QTRY_VERIFY_WITH_TIMEOUT(ends.size() >= 1, 30000);
+        emit thread.worker()->get_params({2});
+        QTRY_VERIFY_WITH_TIMEOUT(
+            std::any_of(ends.begin(), ends.end(), [](const QList<QVariant>& e) { return !e.at(1).toBool(); }),
+            30000);
+        poller.stop();
+        // Every request ended: the write, and each read ("ask" counts the application's read too).
+        QTRY_COMPARE_WITH_TIMEOUT(seen.count("end"), seen.count("ask") + 1, 30000);
+        int applications = 0;
+        for (const QList<QVariant>& e : std::as_const(ends))
+            applications += e.at(1).toBool() ? 0 : 1;
+        QCOMPARE(applications, 1);
+    }
+
     void a_failed_parameter_is_a_sample_error()
     {
         qz::sim::simulated_module module;
