@@ -266,6 +266,35 @@ private slots:
         QVERIFY(log_lines(*window).filter(QStringLiteral("read 0x0003")).isEmpty());
     }
 
+    void a_write_while_monitoring_runs_between_sweeps()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        auto window = _open(device);
+        qz::panel::monitor_tab* monitor = window->monitor();
+        monitor->set_ticked({3, 7});
+        monitor->set_interval(0); // back to back: a sweep is nearly always running
+        QCOMPARE(monitor->start(), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(window->has_device_value(3), 30000);
+        retype(window->field(3), QStringLiteral("17"));
+        QCOMPARE(window->pending_ids(), QVector<uint32_t>{3});
+        QSignalSpy finished(window.get(), &qz::panel::panel_window::operation_finished);
+        QTest::mouseClick(window->write_button(), Qt::LeftButton);
+        QVERIFY(window->is_busy());
+        // The sweeps that end meanwhile are not the window's: it is busy until its write is over.
+        QVERIFY(finished.wait(60000));
+        QCOMPARE(finished.size(), 1);
+        QVERIFY(!window->is_busy());
+        QVERIFY(window->pending_ids().isEmpty());
+        QCOMPARE(device_holds(device, "0x0003"), QStringLiteral("0x0003 = 17"));
+        // The next sweeps read the written value back into the form and the trend.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            monitor->history().samples(3, 0, std::numeric_limits<qint64>::max()).last().y() == 17, 30000);
+        QCOMPARE(qobject_cast<QSpinBox*>(window->field(3))->text(), QStringLiteral("17 dB"));
+        monitor->stop();
+        QCOMPARE(finished.size(), 1);
+    }
+
     void the_form_keeps_stale_values_while_the_device_is_lost()
     {
         auto device = std::make_unique<device_process>();

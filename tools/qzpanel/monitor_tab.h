@@ -63,6 +63,8 @@ public:
     /// @return the rows written to the CSV file, or -1 when not recording
     int recorded_rows() const;
 
+    /// @return the poller, which also tells when the window's own requests are over
+    qz::gui::poller* poller() const { return _poller.get(); }
     const qz::gui::sample_history& history() const { return _history; }
     qz::gui::trend_view* trend() const { return _trend; }
     QPushButton* start_button() const { return _start; }

@@ -10,6 +10,7 @@
 #include <qzgui/modbus/modbus_worker.h>
 #include <qzgui/parameter_file.h>
 #include <qzgui/parameter_id.h>
+#include <qzgui/poller.h>
 #include <qzgui/printable_text.h>
 #include <qzgui/ui_controller.h>
 #include <qzgui/worker_log.h>
@@ -121,6 +122,14 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     _connect_worker();
     _monitor = new monitor_tab(_map.descriptions(), _worker);
     _tabs->addTab(_monitor, tr("Monitor"));
+    // The poller shares the worker: it tells which ended request was the window's own.
+    connect(_monitor->poller(), &qz::gui::poller::on_request_end, this,
+            [this](sat_worker::operation_type_e, bool sweep) {
+                if (sweep)
+                    return;
+                _set_busy(false);
+                emit operation_finished();
+            });
     connect(_monitor, &monitor_tab::link_changed, this, &panel_window::_on_link);
     connect(_monitor, &monitor_tab::report, this, [this](bool warning, const QString& text) {
         _log->log(warning ? log_item::WARN : log_item::INFO, text);
@@ -175,13 +184,6 @@ void panel_window::_log_operations(bool on)
 void panel_window::_connect_worker()
 {
     _log_operations(true);
-    connect(_worker, &sat_worker::on_operation_control, this,
-            [this](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
-                if (status == sat_worker::status_begin)
-                    return;
-                _set_busy(false);
-                emit operation_finished();
-            });
     connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
         // While the device is lost, the status bar says so until it is back.
         if (!_link_down)
