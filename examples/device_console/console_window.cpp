@@ -14,7 +14,10 @@
 #include <qzgui/form_scan.h>
 #include <qzgui/form_session.h>
 #include <qzgui/log_controller.h>
+#include <qzgui/parameter_description.h>
 #include <qzgui/parameter_file.h>
+#include <qzgui/poller.h>
+#include <qzgui/trend/trend_view.h>
 #include <qzgui/worker_log.h>
 #include <qzgui/worker_thread.h>
 
@@ -36,6 +39,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStatusBar>
+#include <QTimer>
 
 #include <chrono>
 #include <stdexcept>
@@ -172,11 +176,13 @@ void console_window::_stop_worker()
 {
     if (!_worker)
         return;
+    _watch_level->setChecked(false);
     _worker_thread->end();
     _worker = nullptr;
     // The worker's last reports (the stop, the disconnect, the end of the operation) are queued to
-    // this window; they reach the log now, before the window goes.
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    // this window and its log's receiver; they reach the log now, in their order, before the
+    // window goes.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
 }
 
 QLineEdit* console_window::name_field() const
@@ -256,7 +262,24 @@ QWidget* console_window::_build_controls()
     });
     verbose->setChecked(true);
     layout->addWidget(verbose);
-    layout->addStretch(1);
+
+    // The signal level over the last minute: a poller reads it into a history, which a trend draws.
+    layout->addSpacing(12);
+    _watch_level = new QCheckBox(tr("Watch the signal level"));
+    _watch_level->setToolTip(tr("Reads the signal level twice a second into the trend below"));
+    layout->addWidget(_watch_level);
+    qz::gui::parameter_description level;
+    level.id = id_level;
+    level.name = tr("Signal level");
+    level.unit = QStringLiteral("%");
+    _level_trend = new qz::gui::trend_view(&_level_history);
+    _level_trend->add_parameter(level);
+    _level_trend->set_span(60 * 1000);
+    _level_trend->setMinimumSize(240, 200);
+    layout->addWidget(_level_trend, 1);
+    _level_redraw = new QTimer(this);
+    _level_redraw->setInterval(250);
+    connect(_level_redraw, &QTimer::timeout, _level_trend, &qz::gui::trend_view::refresh);
     return box;
 }
 
@@ -311,16 +334,53 @@ void console_window::_build_profiles()
          {address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
 }
 
+void console_window::_log_operations(bool on)
+{
+    if (on == bool(_operation_log))
+        return;
+    if (on) {
+        _operation_log = new QObject(this);
+        qz::gui::log_worker_reports(_worker, _log.get(), &_texts, _operation_log);
+    } else {
+        delete _operation_log; // its connections go with it
+        _operation_log = nullptr;
+    }
+}
+
 void console_window::_connect_worker()
 {
     // Report signals come from the worker's thread and arrive here queued.
-    qz::gui::log_worker_reports(_worker, _log.get(), &_texts, this);
-    connect(_worker, &sat_worker::on_operation_control, this, &console_window::_on_operation);
+    _log_operations(true);
+    // The poller shares the worker with the console's own requests; it tells whose request ended.
+    _poller = std::make_unique<qz::gui::poller>(_worker);
+    connect(_poller.get(), &qz::gui::poller::on_request_end, this, &console_window::_on_request_end);
+    connect(_poller.get(), &qz::gui::poller::on_sample, this,
+            [this](uint32_t id, const QVariant& value, qint64 time) {
+                _level_history.add(id, time, value.toDouble());
+            });
+    connect(_poller.get(), &qz::gui::poller::on_sample_error, this,
+            [this](uint32_t id, const qz::gui::error_descriptor&, qint64 time) {
+                _level_history.add_gap(id, time);
+            });
+    connect(_poller.get(), &qz::gui::poller::on_link, this, [this](bool up, const QString& text) {
+        if (up) {
+            _log->log(log_item::INFO, QStringLiteral("signal level: the device is back"));
+            return;
+        }
+        _level_history.add_gap(id_level, QDateTime::currentMSecsSinceEpoch());
+        _log->log(log_item::WARN, QStringLiteral("signal level: the device is lost: %1").arg(text));
+    });
+    connect(_watch_level, &QCheckBox::toggled, this, &console_window::_watch_level_changed);
+    // A device without the signal level has nothing to watch.
+    _watch_level->setEnabled(_device_ids.contains(id_level));
     connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e cs) {
         _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(cs)));
     });
-    // Values are logged first, then shown by the session's rules.
+    // Values are logged first, then shown by the session's rules. The watched level would bury
+    // the rest: its trend shows it instead.
     connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
+        if (id == id_level && _poller->is_active())
+            return;
         _log->log(log_item::QZTTC,
                   QStringLiteral("read %1 = %2").arg(parameter_name(id), format_value(id, value)));
     });
@@ -337,10 +397,29 @@ void console_window::_connect_worker()
     _session->connect_worker(_worker);
 }
 
-void console_window::_on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status)
+void console_window::_watch_level_changed(bool on)
+{
+    if (!_worker)
+        return;
+    // Sweep after sweep would bury everything else in the log: while watching, the worker's
+    // routine reports stay out of it.
+    _log_operations(!on);
+    if (on) {
+        _poller->start({id_level}, 500);
+        _level_redraw->start();
+        _log->log(log_item::INFO, QStringLiteral("watching the signal level every 500 ms"));
+    } else {
+        _poller->stop();
+        _level_redraw->stop();
+        _level_trend->refresh();
+        _log->log(log_item::INFO, QStringLiteral("signal level: no longer watched"));
+    }
+}
+
+void console_window::_on_request_end(sat_worker::operation_type_e op, bool sweep)
 {
     Q_UNUSED(op)
-    if (status == sat_worker::status_begin)
+    if (sweep) // the poller's, not a request of the console's
         return;
     _set_busy(false);
     emit operation_finished();

@@ -3,6 +3,7 @@
 #define DEVICE_CONSOLE_CONSOLE_WINDOW_H
 
 #include <qzgui/resource_manager.h>
+#include <qzgui/sample_history.h>
 #include <qzgui/sat_worker.h>
 #include <qzgui/ui_controller.h>
 #include <qzgui/widget_profile_controller.h>
@@ -25,10 +26,13 @@ class QLineEdit;
 class QListWidget;
 class QPushButton;
 class QSpinBox;
+class QTimer;
 
 namespace qz::gui {
 class form_session;
 class log_controller;
+class poller;
+class trend_view;
 } // namespace qz::gui
 
 namespace Ui {
@@ -113,6 +117,11 @@ public:
     QPushButton* discard_button() const { return _discard; }
     QPushButton* stop_button() const { return _stop; }
     QComboBox* profile_box() const { return _profile; }
+    /// The "Watch" box of the signal level: polls it into the small trend while ticked.
+    QCheckBox* watch_level_box() const { return _watch_level; }
+    /// The signal level's recent samples, as the trend draws them.
+    const qz::gui::sample_history& level_history() const { return _level_history; }
+    qz::gui::trend_view* level_trend() const { return _level_trend; }
 
 Q_SIGNALS:
     /// An operation of the worker has ended.
@@ -132,8 +141,9 @@ private:
     void _build_menus();
     void _build_profiles();
     void _connect_worker();
-    void _on_operation(qz::gui::sat_worker::operation_type_e op,
-                       qz::gui::sat_worker::operation_status_e status);
+    void _on_request_end(qz::gui::sat_worker::operation_type_e op, bool sweep);
+    void _watch_level_changed(bool on);
+    void _log_operations(bool on);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
     void _set_busy(bool busy);
     void _stop_worker();
@@ -166,6 +176,13 @@ private:
     std::unique_ptr<qz::gui::log_controller> _log;
     QLabel* _status = nullptr;
     bool _busy = false;
+    // The signal level, polled into a small trend while "Watch" is ticked.
+    std::unique_ptr<qz::gui::poller> _poller;
+    qz::gui::sample_history _level_history{5 * 60 * 1000};
+    qz::gui::trend_view* _level_trend = nullptr;
+    QCheckBox* _watch_level = nullptr;
+    QTimer* _level_redraw = nullptr;
+    QObject* _operation_log = nullptr; // the worker's routine reports reach the log while it lives
     // Closing waits for the pending changes to be written: first for a running operation to end,
     // then for the write.
     enum class close_after_e { nothing, write, written } _close_after = close_after_e::nothing;

@@ -18,6 +18,7 @@
 #include <qzgui/parameter_file.h>
 #include <qzgui/sat_worker.h>
 #include <qzgui/settings_keys.h>
+#include <qzgui/trend/trend_view.h>
 
 #include <module_api/proto_exception.h>
 
@@ -312,6 +313,49 @@ private slots:
         QVERIFY(window().read_button()->isEnabled());
         QVERIFY(window().write_button()->isEnabled());
         QVERIFY(!window().stop_button()->isEnabled());
+    }
+
+    void the_watched_signal_level_is_drawn_and_requests_run_between_sweeps()
+    {
+        read();
+        _module->store(dc::id_level, 40);
+        QVERIFY(window().watch_level_box()->isEnabled());
+        click(window().watch_level_box());
+        QVERIFY(window().watch_level_box()->isChecked());
+        QTRY_VERIFY_WITH_TIMEOUT(window().level_history().size(dc::id_level) >= 2, operation_timeout_ms);
+        QCOMPARE(window().level_trend()->parameters(), QVector<uint32_t>{dc::id_level});
+        _module->store(dc::id_level, 77);
+        // The poll reaches the form as well as the trend.
+        auto* level = qobject_cast<QProgressBar*>(window().field(dc::id_level));
+        QVERIFY(level);
+        QTRY_COMPARE_WITH_TIMEOUT(level->value(), 77, operation_timeout_ms);
+        const QVector<QPointF> samples =
+            window().level_history().samples(dc::id_level, 0, std::numeric_limits<qint64>::max());
+        QCOMPARE(samples.last().y(), 77.0);
+        QVERIFY(std::any_of(samples.begin(), samples.end(), [](const QPointF& p) { return p.y() == 40; }));
+
+        // The console's own write runs between two sweeps, and Read and Write stay off until it is over.
+        window().faults()->set_slow_device(true);
+        retype(window().gain_field(), QStringLiteral("20"));
+        click(window().write_button());
+        QVERIFY(window().is_busy());
+        QTest::qWait(200);
+        QVERIFY2(window().is_busy(), "a sweep's end freed the buttons before the write was over");
+        QVERIFY(!window().write_button()->isEnabled());
+        QVERIFY(wait_idle());
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(20));
+        QVERIFY(window().pending_ids().isEmpty());
+        window().faults()->set_slow_device(false);
+        check_form_matches_device("after a write while watching");
+
+        click(window().watch_level_box());
+        QVERIFY(!window().watch_level_box()->isChecked());
+        QVERIFY(!file_lines(window().log().get_log_file_name())
+                     .filter(QStringLiteral("no longer watched"))
+                     .isEmpty());
+        const int held = window().level_history().size(dc::id_level);
+        QTest::qWait(1200);
+        QVERIFY(window().level_history().size(dc::id_level) <= held + 1); // at most the sweep in progress
     }
 
     void user_and_device_texts_stay_one_log_line()

@@ -426,8 +426,9 @@ void panel_window::_end_worker()
     _monitor->stop();
     _thread->end();
     _worker = nullptr;
-    // The worker's last reports are queued to this window; they reach the log before it goes.
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    // The worker's last reports are queued to this window and its log's receiver; they reach the
+    // log now, in their order, before the window goes.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
 }
 
 } // namespace qz::panel
