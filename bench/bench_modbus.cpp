@@ -16,6 +16,7 @@
 // and a pair shares the machine's state of the moment. For reference it also times the worker in
 // a thread of its own with every value received in the main thread: the hand-over of 1,000 queued
 // signals, which bench_worker measures by itself.
+#include "bench_device.h"
 #include "bench_util.h"
 
 #include <qzgui/modbus/modbus_module.h>
@@ -38,7 +39,7 @@ using qz::gui::sat_worker;
 
 namespace {
 
-constexpr int parameters = 1000;
+constexpr int parameters = qz::bench::device_parameters;
 constexpr int runs = 51;
 
 // The worker with its sweep callable in this thread; with @p grouped false it reads one request
@@ -64,25 +65,6 @@ protected:
 private:
     bool _grouped;
 };
-
-QByteArray map_text()
-{
-    QByteArray text = "{\"version\": 1, \"parameters\": [\n";
-    int address = 0;
-    for (int i = 0; i < parameters; ++i) {
-        const bool wide = i % 2;
-        text += QStringLiteral("{\"id\": %1, \"table\": \"holding\", \"address\": %2, \"type\": \"%3\", "
-                               "\"initial\": %4}%5\n")
-                    .arg(i + 1)
-                    .arg(address)
-                    .arg(wide ? QStringLiteral("int32") : QStringLiteral("uint16"))
-                    .arg(wide ? -i * 1000 : i)
-                    .arg(i + 1 < parameters ? QStringLiteral(",") : QString())
-                    .toUtf8();
-        address += wide ? 2 : 1;
-    }
-    return text + "]}\n";
-}
 
 // Milliseconds of one sweep by @p worker, called in this thread; -1 when not every value came.
 double time_direct(bench_worker* worker, const QVector<uint32_t>& ids)
@@ -170,39 +152,13 @@ int main(int argc, char** argv)
     qz::gui::register_meta_types();
 
     const QString map_path = dir.filePath(QStringLiteral("map.json"));
-    QFile map_file(map_path);
-    if (!map_file.open(QIODevice::WriteOnly) || map_file.write(map_text()) < 0)
+    qz::bench::bench_device device;
+    const QString address = device.start(map_path);
+    if (address.isEmpty())
         return 1;
-    map_file.close();
     const auto map = qz::modbus::register_map::load(map_path);
-
-    // The device; its log is read and dropped as it comes, so that its pipe never fills.
-    QProcess device;
-    device.setProgram(QCoreApplication::applicationDirPath() + QStringLiteral("/../tools/qz-modbus-device"));
-    device.setArguments(
-        {QStringLiteral("--listen"), QStringLiteral("tcp://127.0.0.1:0"), QStringLiteral("--map"), map_path});
-    device.start();
-    QString address;
-    while (address.isEmpty() && device.waitForReadyRead(30000)) {
-        const QString line = QString::fromUtf8(device.readLine()).trimmed();
-        if (line.startsWith(QLatin1String("listening on ")))
-            address = line.mid(13);
-    }
-    if (address.isEmpty()) {
-        std::fprintf(stderr, "bench_modbus: the device did not start (%s)\n", qPrintable(device.program()));
-        return 1;
-    }
-    QObject::connect(&device, &QProcess::readyReadStandardOutput, &device,
-                     [&] { device.readAllStandardOutput(); });
     const QUrl url(address);
-
-    // The blocks a grouped sweep sends: as many whole parameters as fit in 125 registers.
-    QVector<QPair<int, int>> blocks;
-    for (const auto& e : map.entries()) {
-        if (blocks.isEmpty() || blocks.last().second + e.size > 125)
-            blocks.append({e.address, 0});
-        blocks.last().second += e.size;
-    }
+    const QVector<QPair<int, int>> blocks = qz::bench::read_blocks(map);
 
     qz::modbus::modbus_module module(address);
     qz::modbus::modbus_module queued_module(address);
@@ -229,8 +185,6 @@ int main(int argc, char** argv)
     thread.quit();
     thread.wait();
     delete queued;
-    device.terminate();
-    device.waitForFinished(10000);
 
     for (const auto* series : {&worker_ms, &bare_ms, &single_ms, &queued_ms})
         for (const double ms : *series)

@@ -29,12 +29,12 @@ poller::poller(sat_worker* worker, QObject* parent)
     // Every read and write request, the application's and ours, in the order the worker takes
     // them: each ends in one operation, so the oldest open request is the one that ends next.
     // Direct: they are made in this thread, and must be counted before any report of them.
-    connect(
-        worker, &sat_worker::get_params, this, [this] { _requests.push_back(_asking); },
-        Qt::DirectConnection);
-    connect(
-        worker, &sat_worker::set_params, this, [this] { _requests.push_back(_asking); },
-        Qt::DirectConnection);
+    const auto made = [this] {
+        _sweep_first = _sweep_first || (_asking && _requests == 0);
+        ++_requests;
+    };
+    connect(worker, &sat_worker::get_params, this, made, Qt::DirectConnection);
+    connect(worker, &sat_worker::set_params, this, made, Qt::DirectConnection);
     // The reports come from the worker's thread, queued to this one.
     connect(worker, &sat_worker::on_operation_control, this, &poller::_on_operation);
     connect(worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
@@ -94,9 +94,9 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
     }
     _running = std::max(_running - 1, 0);
     // An operation of a request made before this poller existed is nobody's we know of.
-    const bool sweep = !_requests.empty() && _requests.front();
-    if (!_requests.empty())
-        _requests.pop_front();
+    const bool sweep = _requests > 0 && _sweep_first;
+    _sweep_first = false;
+    _requests = std::max(_requests - 1, 0);
     emit on_request_end(op, sweep);
     if (sweep) {
         _asked = false;
@@ -112,7 +112,7 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
 bool poller::_may_ask() const
 {
     // Never a request behind a running or waiting operation, ours or the application's.
-    return _active && !_asked && _running == 0 && _requests.empty();
+    return _active && !_asked && _running == 0 && _requests == 0;
 }
 
 void poller::_schedule()

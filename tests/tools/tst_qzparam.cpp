@@ -187,9 +187,9 @@ private slots:
         QTest::addColumn<QStringList>("arguments"); // "DEVICE" and "MAP" stand for the real ones
         QTest::addColumn<QString>("message");
         QTest::newRow("no command") << QStringList{"--device", "DEVICE", "--map", "MAP"}
-                                    << "qzparam: the command is read or write";
+                                    << "qzparam: the command is read, write or watch";
         QTest::newRow("other command") << QStringList{"--device", "DEVICE", "--map", "MAP", "erase"}
-                                       << "qzparam: the command is read or write";
+                                       << "qzparam: the command is read, write or watch";
         QTest::newRow("no device") << QStringList{"--map", "MAP", "read"}
                                    << "qzparam: --device and --map are needed";
         QTest::newRow("bad device") << QStringList{
