@@ -7,8 +7,41 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <mutex>
+#include <vector>
 
 namespace qz::gui {
+
+/**
+ * The values and failures of read sweeps, on their way from the worker's thread: a queued signal
+ * per value would wake the poller's thread a thousand times in a sweep of a thousand parameters,
+ * where one hand-over a batch does. Shared with the worker's connections, so that a report on its
+ * way as the poller goes finds no poller rather than a dangling one.
+ */
+struct poller::inbox_t {
+    struct report_t {
+        uint32_t id;
+        QVariant value;
+        error_descriptor error;
+        bool failed;
+        qint64 time;
+    };
+
+    /// Called in the worker's thread; the first report of a batch asks the poller to take them.
+    void put(report_t&& report)
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (!receiver)
+            return;
+        reports.push_back(std::move(report));
+        if (reports.size() == 1)
+            QMetaObject::invokeMethod(receiver, &poller::_drain, Qt::QueuedConnection);
+    }
+
+    std::mutex lock;
+    std::vector<report_t> reports;
+    poller* receiver = nullptr; // null once the poller goes
+};
 
 namespace {
 
@@ -49,20 +82,47 @@ poller::poller(sat_worker* worker, QObject* parent)
         texts.set_verbose_level(0);
         emit on_link(false, texts.get_error_descriptor_string(error));
     });
-    connect(worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
-        if (_active)
-            emit on_sample(id, value, QDateTime::currentMSecsSinceEpoch());
-    });
-    connect(worker, &sat_worker::on_get_param_request_error, this,
-            [this](uint32_t id, const error_descriptor& error) {
-                if (_active)
-                    emit on_sample_error(id, error, QDateTime::currentMSecsSinceEpoch());
-            });
+    // Values and failures are taken in the worker's thread and handed over in batches.
+    _inbox = std::make_shared<inbox_t>();
+    _inbox->receiver = this;
+    const std::shared_ptr<inbox_t> inbox = _inbox;
+    _value_connection =
+        connect(worker, &sat_worker::on_get_param, [inbox](uint32_t id, const QVariant& value) {
+            inbox->put({id, value, error_descriptor(), false, QDateTime::currentMSecsSinceEpoch()});
+        });
+    _error_connection = connect(
+        worker, &sat_worker::on_get_param_request_error, [inbox](uint32_t id, const error_descriptor& error) {
+            inbox->put({id, QVariant(), error, true, QDateTime::currentMSecsSinceEpoch()});
+        });
 }
 
 poller::~poller()
 {
     stop();
+    // A report on its way in the worker's thread finds no poller from here on.
+    {
+        const std::lock_guard<std::mutex> lock(_inbox->lock);
+        _inbox->receiver = nullptr;
+    }
+    disconnect(_value_connection);
+    disconnect(_error_connection);
+}
+
+void poller::_drain()
+{
+    std::vector<inbox_t::report_t> reports;
+    {
+        const std::lock_guard<std::mutex> lock(_inbox->lock);
+        reports.swap(_inbox->reports);
+    }
+    for (const inbox_t::report_t& report : reports) {
+        if (!_active)
+            return;
+        if (report.failed)
+            emit on_sample_error(report.id, report.error, report.time);
+        else
+            emit on_sample(report.id, report.value, report.time);
+    }
 }
 
 void poller::start(const QVector<uint32_t>& ids, int interval_ms)

@@ -10,6 +10,7 @@
 #include <QVector>
 
 #include <cstdint>
+#include <memory>
 
 class QTimer;
 
@@ -75,6 +76,9 @@ Q_SIGNALS:
     void on_request_end(qz::gui::sat_worker::operation_type_e op, bool sweep);
 
 private:
+    struct inbox_t;
+
+    void _drain();
     void _on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status);
     bool _may_ask() const;
     void _schedule();
@@ -95,6 +99,9 @@ private:
     bool _connected = false;    // the sweep in progress connected
     bool _link_down = false;    // on_link(false) was said and not yet taken back
     QElapsedTimer _since_sweep; // from the start of the last sweep; invalid before the first
+    std::shared_ptr<inbox_t> _inbox;
+    QMetaObject::Connection _value_connection;
+    QMetaObject::Connection _error_connection;
 };
 
 } // namespace qz::gui

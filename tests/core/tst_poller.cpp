@@ -205,6 +205,52 @@ private slots:
         QCOMPARE(applications, 1);
     }
 
+    void a_poller_may_go_while_its_sweep_still_reports()
+    {
+        qz::sim::simulated_module module;
+        QVector<uint32_t> ids;
+        for (uint32_t id = 1; id <= 40; ++id) {
+            module.store(id, int(id));
+            ids.append(id);
+        }
+        module.set_read_latency(10ms);
+        qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+        QSignalSpy ended(thread.worker(), &sat_worker::on_operation_control);
+        auto poller = std::make_unique<qz::gui::poller>(thread.worker());
+        QSignalSpy samples(poller.get(), &qz::gui::poller::on_sample);
+        poller->start(ids, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(samples.size() >= 3, 30000);
+        // Gone in the middle of a sweep: the worker goes on reporting into nothing.
+        poller.reset();
+        QTRY_VERIFY_WITH_TIMEOUT(ended.size() >= 2, 30000);
+        QCOMPARE(ended.last().at(1).value<sat_worker::operation_status_e>(), sat_worker::status_end);
+    }
+
+    void after_stop_no_sample_is_reported()
+    {
+        qz::sim::simulated_module module;
+        QVector<uint32_t> ids;
+        for (uint32_t id = 1; id <= 40; ++id) {
+            module.store(id, int(id));
+            ids.append(id);
+        }
+        module.set_read_latency(10ms);
+        qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+        qz::gui::poller poller(thread.worker());
+        QSignalSpy samples(&poller, &qz::gui::poller::on_sample);
+        QSignalSpy ends(&poller, &qz::gui::poller::on_request_end);
+        poller.start(ids, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(samples.size() >= 3, 30000);
+        poller.stop();
+        const int at_stop = samples.size();
+        QVERIFY(at_stop < 40); // the sweep was still going
+        QTRY_VERIFY_WITH_TIMEOUT(ends.size() == 1, 30000);
+        QCOMPARE(samples.size(), at_stop);
+        // Values in the order the worker read them, each once.
+        for (int i = 0; i < at_stop; ++i)
+            QCOMPARE(samples.at(i).at(0).toUInt(), uint32_t(i + 1));
+    }
+
     void a_failed_parameter_is_a_sample_error()
     {
         qz::sim::simulated_module module;
