@@ -10,40 +10,52 @@ namespace qz::gui {
 namespace {
 
 constexpr double gap_value = std::numeric_limits<double>::quiet_NaN();
+// The longest span whose samples' offsets always fit in 32 bits from the oldest one.
+constexpr qint64 longest_span_ms = 24LL * 24 * 3600 * 1000;
 
 } // namespace
 
 sample_history::sample_history(qint64 span_ms)
-    : _span(std::max<qint64>(span_ms, 0))
+    : _span(std::clamp<qint64>(span_ms, 0, longest_span_ms))
 {}
 
 void sample_history::add(uint32_t id, qint64 time_ms, double value)
 {
     // A NaN value would read as a gap: it is one.
-    _append(id, {time_ms, value});
+    _append(id, time_ms, value);
 }
 
 void sample_history::add_gap(uint32_t id, qint64 time_ms)
 {
-    _append(id, {time_ms, gap_value});
+    _append(id, time_ms, gap_value);
 }
 
-void sample_history::_append(uint32_t id, sample_t sample)
+void sample_history::_append(uint32_t id, qint64 time, double value)
 {
-    static_assert(sizeof(sample_t) == 16, "a sample is its time and its value, and no more");
+    static_assert(sizeof(sample_t) == 12, "a sample is its time's offset and its value, and no more");
     auto it = _series_of.find(id);
     if (it == _series_of.end()) {
         it = _series_of.insert(id, series_t());
         _ids.append(id);
     }
     series_t& series = *it;
-    if (!series.empty() && sample.time < series.back().time)
+    std::deque<sample_t>& samples = series.samples;
+    if (samples.empty())
+        series.base = time;
+    else if (time < series.time(samples.back()))
         return;
-    series.push_back(sample);
     // The span before the newest: what is older goes.
-    const qint64 oldest = sample.time - _span;
-    while (series.front().time < oldest)
-        series.pop_front();
+    const qint64 oldest = time - _span;
+    while (!samples.empty() && series.time(samples.front()) < oldest)
+        samples.pop_front();
+    // Far past the base (every 24 days or so): the oldest sample left becomes the base.
+    if (time - series.base > std::numeric_limits<qint32>::max()) {
+        const qint64 base = samples.empty() ? time : series.time(samples.front());
+        for (sample_t& s : samples)
+            s.offset = qint32(series.base + s.offset - base);
+        series.base = base;
+    }
+    samples.push_back({qint32(time - series.base), value});
 }
 
 const sample_history::series_t* sample_history::_series(uint32_t id) const
@@ -55,13 +67,14 @@ const sample_history::series_t* sample_history::_series(uint32_t id) const
 int sample_history::size(uint32_t id) const
 {
     const series_t* series = _series(id);
-    return series ? int(series->size()) : 0;
+    return series ? int(series->samples.size()) : 0;
 }
 
 qint64 sample_history::newest_time(uint32_t id) const
 {
     const series_t* series = _series(id);
-    return series && !series->empty() ? series->back().time : std::numeric_limits<qint64>::min();
+    return series && !series->samples.empty() ? series->time(series->samples.back())
+                                              : std::numeric_limits<qint64>::min();
 }
 
 QVector<uint32_t> sample_history::ids() const
@@ -71,11 +84,12 @@ QVector<uint32_t> sample_history::ids() const
 
 namespace {
 
-template <typename Series>
-auto first_at(const Series& series, qint64 time)
+// The first sample of @p series at or after @p time, from @p from on.
+template <typename Series, typename Iterator>
+Iterator first_at(const Series& series, Iterator from, qint64 time)
 {
-    return std::lower_bound(series.begin(), series.end(), time,
-                            [](const auto& sample, qint64 t) { return sample.time < t; });
+    return std::lower_bound(from, series.samples.end(), time,
+                            [&series](const auto& sample, qint64 t) { return series.time(sample) < t; });
 }
 
 } // namespace
@@ -86,8 +100,9 @@ QVector<QPointF> sample_history::samples(uint32_t id, qint64 from_ms, qint64 to_
     const series_t* series = _series(id);
     if (!series || from_ms >= to_ms)
         return points;
-    for (auto it = first_at(*series, from_ms); it != series->end() && it->time < to_ms; ++it)
-        points.append(QPointF(double(it->time), it->value));
+    for (auto it = first_at(*series, series->samples.begin(), from_ms);
+         it != series->samples.end() && series->time(*it) < to_ms; ++it)
+        points.append(QPointF(double(series->time(*it)), it->value));
     return points;
 }
 
@@ -97,9 +112,8 @@ QVector<QPointF> sample_history::decimated(uint32_t id, qint64 from_ms, qint64 t
     const series_t* series = _series(id);
     if (!series || from_ms >= to_ms || columns <= 0)
         return points;
-    const auto begin = first_at(*series, from_ms);
-    const auto end = std::lower_bound(begin, series->end(), to_ms,
-                                      [](const sample_t& sample, qint64 t) { return sample.time < t; });
+    const auto begin = first_at(*series, series->samples.begin(), from_ms);
+    const auto end = first_at(*series, begin, to_ms);
     const double width = double(to_ms - from_ms);
     const auto column_of = [&](qint64 time) {
         return std::min(columns - 1, int(std::floor(double(time - from_ms) * columns / width)));
@@ -107,7 +121,7 @@ QVector<QPointF> sample_history::decimated(uint32_t id, qint64 from_ms, qint64 t
 
     // One stretch of samples in one column, between gaps: the positions of its first, lowest,
     // highest and last sample, written out in time order once the stretch ends.
-    using iterator = series_t::const_iterator;
+    using iterator = std::deque<sample_t>::const_iterator;
     iterator first = end, low = end, high = end, last = end;
     const auto flush = [&] {
         if (first == end)
@@ -116,19 +130,20 @@ QVector<QPointF> sample_history::decimated(uint32_t id, qint64 from_ms, qint64 t
         std::sort(std::begin(kept), std::end(kept));
         const iterator* stop = std::unique(std::begin(kept), std::end(kept));
         for (const iterator* k = std::begin(kept); k != stop; ++k)
-            points.append(QPointF(double((*k)->time), (*k)->value));
+            points.append(QPointF(double(series->time(**k)), (*k)->value));
         first = low = high = last = end;
     };
     int column = -1;
     for (iterator it = begin; it != end; ++it) {
-        const int c = column_of(it->time);
+        const qint64 time = series->time(*it);
+        const int c = column_of(time);
         if (c != column) {
             flush();
             column = c;
         }
         if (std::isnan(it->value)) {
             flush();
-            points.append(QPointF(double(it->time), it->value));
+            points.append(QPointF(double(time), it->value));
             continue;
         }
         if (first == end) {

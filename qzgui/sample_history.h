@@ -17,7 +17,7 @@ namespace qz::gui {
  * @class sample_history sample_history.h <qzgui/sample_history.h>
  *
  * The recent values of polled parameters, for a trend: per id, the samples of a time span before
- * its newest one, each a time (ms since the epoch) and a value in 16 bytes, with gaps where a
+ * its newest one, each a time (ms since the epoch) and a value in 12 bytes, with gaps where a
  * read failed. Older samples are dropped as newer ones come.
  *
  * decimated() gives what a plot @p columns pixels wide needs: per column the first, lowest,
@@ -36,7 +36,7 @@ namespace qz::gui {
  */
 class QZGUI_EXPORT sample_history {
 public:
-    /// Keeps, per id, the samples of @p span_ms before its newest one.
+    /// Keeps, per id, the samples of @p span_ms before its newest one (at most 24 days).
     explicit sample_history(qint64 span_ms = 3600000);
 
     /// Adds @p value at @p time_ms for @p id; a time before the id's newest is dropped.
@@ -61,13 +61,22 @@ public:
     QVector<QPointF> decimated(uint32_t id, qint64 from_ms, qint64 to_ms, int columns) const;
 
 private:
+    // A sample's time is kept as ms after its series' base, so that a sample takes 12 bytes: an
+    // hour of 20 parameters at 10 Hz is 8.6 MB, not 11.5.
+#pragma pack(push, 4)
     struct sample_t {
-        qint64 time;
-        double value; // NaN: a gap
+        qint32 offset; // ms after the series' base
+        double value;  // NaN: a gap
     };
-    using series_t = std::deque<sample_t>;
+#pragma pack(pop)
+    struct series_t {
+        qint64 base = 0;
+        std::deque<sample_t> samples;
 
-    void _append(uint32_t id, sample_t sample);
+        qint64 time(const sample_t& s) const { return base + s.offset; }
+    };
+
+    void _append(uint32_t id, qint64 time, double value);
     const series_t* _series(uint32_t id) const;
 
     qint64 _span;

@@ -144,6 +144,56 @@ private slots:
         QCOMPARE(history.size(1), 11);
     }
 
+    void times_stay_exact_over_weeks()
+    {
+        // Samples a day apart for 60 days, kept for 20 days: their times pass 2^31 ms from the
+        // first one more than once, and stay exact to the millisecond.
+        constexpr qint64 day = 24LL * 3600 * 1000;
+        const qint64 t0 = 1700000000123;
+        sample_history history(20 * day);
+        for (int i = 0; i <= 60; ++i) {
+            history.add(1, t0 + i * day + i, i);
+            if (i == 30)
+                history.add_gap(1, t0 + i * day + 500);
+        }
+        QCOMPARE(history.newest_time(1), t0 + 60 * day + 60);
+        const QVector<QPointF> kept = history.samples(1, 0, std::numeric_limits<qint64>::max());
+        QCOMPARE(kept.size(), 20); // days 41 to 60: day 40 came 20 ms too early
+        for (int k = 0; k < kept.size(); ++k) {
+            const int i = 41 + k;
+            QCOMPARE(qint64(kept[k].x()), t0 + i * day + i);
+            QCOMPARE(kept[k].y(), double(i));
+        }
+        // A sample far after the last (a device back after a month) is kept alone, exactly.
+        history.add(1, t0 + 100 * day + 7, 100);
+        QCOMPARE(history.size(1), 1);
+        QCOMPARE(history.samples(1, 0, std::numeric_limits<qint64>::max()).value(0),
+                 QPointF(double(t0 + 100 * day + 7), 100));
+
+        // A gap kept across the base's move.
+        sample_history gaps(20 * day);
+        for (int i = 0; i <= 40; ++i) {
+            if (i == 35)
+                gaps.add_gap(2, t0 + i * day);
+            else
+                gaps.add(2, t0 + i * day, i);
+        }
+        const QVector<QPointF> with_gap = gaps.samples(2, t0 + 34 * day, t0 + 37 * day);
+        QCOMPARE(with_gap.size(), 3);
+        QCOMPARE(qint64(with_gap[1].x()), t0 + 35 * day);
+        QVERIFY(std::isnan(with_gap[1].y()));
+    }
+
+    void a_span_past_24_days_keeps_24_days()
+    {
+        constexpr qint64 day = 24LL * 3600 * 1000;
+        sample_history history(100 * day);
+        for (int i = 0; i <= 60; ++i)
+            history.add(1, i * day, i);
+        QCOMPARE(history.size(1), 25); // days 36 to 60
+        QCOMPARE(history.samples(1, 0, 61 * day).first().y(), 36.0);
+    }
+
     void decimated_is_the_brute_force_reduction_data()
     {
         QTest::addColumn<int>("samples");

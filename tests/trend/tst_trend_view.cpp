@@ -16,7 +16,10 @@
 
 #include <cmath>
 
+// Qt 5 keeps the charts in a namespace of their own.
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
 QT_CHARTS_USE_NAMESPACE
+#endif
 
 using qz::gui::parameter_description;
 using qz::gui::sample_history;
