@@ -7,13 +7,16 @@
 #include <qzgui/modbus/register_map.h>
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
+#include <QModbusTcpClient>
 #include <QPair>
 #include <QProcess>
 #include <QUrl>
 #include <QVector>
 
 #include <cstdio>
+#include <memory>
 
 namespace qz::bench {
 
@@ -49,6 +52,40 @@ inline QVector<QPair<int, int>> read_blocks(const qz::modbus::register_map& map)
         blocks.last().second += e.size;
     }
     return blocks;
+}
+
+/// Connects @p client, a bare Qt client, to the device at @p url. @return whether it connected
+inline bool connect_bare(QModbusTcpClient& client, const QUrl& url)
+{
+    client.setConnectionParameter(QModbusDevice::NetworkAddressParameter, url.host());
+    client.setConnectionParameter(QModbusDevice::NetworkPortParameter, url.port());
+    client.setTimeout(5000);
+    QEventLoop loop;
+    QObject::connect(&client, &QModbusDevice::stateChanged, &loop, &QEventLoop::quit);
+    if (!client.connectDevice())
+        return false;
+    while (client.state() == QModbusDevice::ConnectingState)
+        loop.exec();
+    return client.state() == QModbusDevice::ConnectedState;
+}
+
+/// Reads @p blocks one after another with @p client, decoding nothing. @return whether all came
+inline bool read_bare(QModbusTcpClient& client, const QVector<QPair<int, int>>& blocks)
+{
+    QEventLoop loop;
+    for (const auto& block : blocks) {
+        const std::unique_ptr<QModbusReply> reply(client.sendReadRequest(
+            {QModbusDataUnit::HoldingRegisters, block.first, quint16(block.second)}, 1));
+        if (!reply)
+            return false;
+        if (!reply->isFinished()) {
+            QObject::connect(reply.get(), &QModbusReply::finished, &loop, &QEventLoop::quit);
+            loop.exec();
+        }
+        if (reply->error() != QModbusDevice::NoError)
+            return false;
+    }
+    return true;
 }
 
 /// qz-modbus-device of the build, serving a map file; ended when the object goes.

@@ -102,42 +102,22 @@ double time_queued(sat_worker* worker, const QVector<uint32_t>& ids)
 }
 
 // Whether a bare Qt client, made here, connected, read the blocks and disconnected.
-bool bare_sweep(const QString& host, int port, const QVector<QPair<int, int>>& blocks)
+bool bare_sweep(const QUrl& url, const QVector<QPair<int, int>>& blocks)
 {
     QModbusTcpClient client;
-    client.setConnectionParameter(QModbusDevice::NetworkAddressParameter, host);
-    client.setConnectionParameter(QModbusDevice::NetworkPortParameter, port);
-    QEventLoop loop;
-    QObject::connect(&client, &QModbusDevice::stateChanged, &loop, &QEventLoop::quit);
-    if (!client.connectDevice())
+    if (!qz::bench::connect_bare(client, url) || !qz::bench::read_bare(client, blocks))
         return false;
-    while (client.state() == QModbusDevice::ConnectingState)
-        loop.exec();
-    if (client.state() != QModbusDevice::ConnectedState)
-        return false;
-    for (const auto& [start, count] : blocks) {
-        const std::unique_ptr<QModbusReply> reply(
-            client.sendReadRequest({QModbusDataUnit::HoldingRegisters, start, quint16(count)}, 1));
-        if (!reply)
-            return false;
-        if (!reply->isFinished()) {
-            QObject::connect(reply.get(), &QModbusReply::finished, &loop, &QEventLoop::quit);
-            loop.exec();
-        }
-        if (reply->error() != QModbusDevice::NoError)
-            return false;
-    }
     client.disconnectDevice();
     return true;
 }
 
 // Milliseconds of the same blocks sent by a bare Qt client, its teardown included as the worker's
 // disconnect is; -1 on a failure.
-double time_bare(const QString& host, int port, const QVector<QPair<int, int>>& blocks)
+double time_bare(const QUrl& url, const QVector<QPair<int, int>>& blocks)
 {
     QElapsedTimer clock;
     clock.start();
-    const bool ok = bare_sweep(host, port, blocks);
+    const bool ok = bare_sweep(url, blocks);
     return ok ? clock.nsecsElapsed() / 1e6 : -1;
 }
 
@@ -172,11 +152,11 @@ int main(int argc, char** argv)
     std::vector<double> worker_ms, bare_ms, single_ms, queued_ms, ratios;
     for (int run = 0; run < runs; ++run) {
         if (run % 2) {
-            bare_ms.push_back(time_bare(url.host(), url.port(), blocks));
+            bare_ms.push_back(time_bare(url, blocks));
             worker_ms.push_back(time_direct(&grouped, map.ids()));
         } else {
             worker_ms.push_back(time_direct(&grouped, map.ids()));
-            bare_ms.push_back(time_bare(url.host(), url.port(), blocks));
+            bare_ms.push_back(time_bare(url, blocks));
         }
         ratios.push_back(worker_ms.back() / bare_ms.back());
         single_ms.push_back(time_direct(&single, map.ids()));

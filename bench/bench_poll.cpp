@@ -65,33 +65,14 @@ double poll_rate(const QString& address, const qz::modbus::register_map& map)
 double bare_rate(const QUrl& url, const QVector<QPair<int, int>>& blocks)
 {
     QModbusTcpClient client;
-    client.setConnectionParameter(QModbusDevice::NetworkAddressParameter, url.host());
-    client.setConnectionParameter(QModbusDevice::NetworkPortParameter, url.port());
-    client.setTimeout(5000);
-    QEventLoop loop;
-    QObject::connect(&client, &QModbusDevice::stateChanged, &loop, &QEventLoop::quit);
-    if (!client.connectDevice())
-        return -1;
-    while (client.state() == QModbusDevice::ConnectingState)
-        loop.exec();
-    if (client.state() != QModbusDevice::ConnectedState)
+    if (!qz::bench::connect_bare(client, url))
         return -1;
     int sweeps = 0;
     QElapsedTimer clock;
     clock.start();
     while (clock.elapsed() < run_ms) {
-        for (const auto& block : blocks) {
-            const std::unique_ptr<QModbusReply> reply(client.sendReadRequest(
-                {QModbusDataUnit::HoldingRegisters, block.first, quint16(block.second)}, 1));
-            if (!reply)
-                return -1;
-            if (!reply->isFinished()) {
-                QObject::connect(reply.get(), &QModbusReply::finished, &loop, &QEventLoop::quit);
-                loop.exec();
-            }
-            if (reply->error() != QModbusDevice::NoError)
-                return -1;
-        }
+        if (!qz::bench::read_bare(client, blocks))
+            return -1;
         ++sweeps;
     }
     const double seconds = clock.nsecsElapsed() / 1e9;

@@ -19,6 +19,7 @@
 #include <qzgui/poller.h>
 #include <qzgui/trend/trend_view.h>
 #include <qzgui/worker_log.h>
+#include <qzgui/worker_report_log.h>
 #include <qzgui/worker_thread.h>
 
 #include <QCheckBox>
@@ -334,23 +335,10 @@ void console_window::_build_profiles()
          {address, std::make_shared<widget_profile_spinbox_t>(true, 0, 0xFFFF, 1)}});
 }
 
-void console_window::_log_operations(bool on)
-{
-    if (on == bool(_operation_log))
-        return;
-    if (on) {
-        _operation_log = new QObject(this);
-        qz::gui::log_worker_reports(_worker, _log.get(), &_texts, _operation_log);
-    } else {
-        delete _operation_log; // its connections go with it
-        _operation_log = nullptr;
-    }
-}
-
 void console_window::_connect_worker()
 {
     // Report signals come from the worker's thread and arrive here queued.
-    _log_operations(true);
+    _report_log = new qz::gui::worker_report_log(_worker, _log.get(), &_texts, this);
     // The poller shares the worker with the console's own requests; it tells whose request ended.
     _poller = std::make_unique<qz::gui::poller>(_worker);
     connect(_poller.get(), &qz::gui::poller::on_request_end, this, &console_window::_on_request_end);
@@ -403,7 +391,7 @@ void console_window::_watch_level_changed(bool on)
         return;
     // Sweep after sweep would bury everything else in the log: while watching, the worker's
     // routine reports stay out of it.
-    _log_operations(!on);
+    _report_log->set_enabled(!on);
     if (on) {
         _poller->start({id_level}, 500);
         _level_redraw->start();

@@ -31,6 +31,7 @@ class QTimer;
 namespace qz::gui {
 class form_session;
 class log_controller;
+class worker_report_log;
 class poller;
 class trend_view;
 } // namespace qz::gui
@@ -143,7 +144,6 @@ private:
     void _connect_worker();
     void _on_request_end(qz::gui::sat_worker::operation_type_e op, bool sweep);
     void _watch_level_changed(bool on);
-    void _log_operations(bool on);
     void _on_parameter_error(const char* what, uint32_t id, const qz::gui::error_descriptor& err);
     void _set_busy(bool busy);
     void _stop_worker();
@@ -182,7 +182,7 @@ private:
     qz::gui::trend_view* _level_trend = nullptr;
     QCheckBox* _watch_level = nullptr;
     QTimer* _level_redraw = nullptr;
-    QObject* _operation_log = nullptr; // the worker's routine reports reach the log while it lives
+    qz::gui::worker_report_log* _report_log = nullptr; // quiet while polling
     // Closing waits for the pending changes to be written: first for a running operation to end,
     // then for the write.
     enum class close_after_e { nothing, write, written } _close_after = close_after_e::nothing;

@@ -63,6 +63,18 @@ struct timeline {
     QObject context;
 };
 
+// Stores 40 parameters, 1 to 40, each taking 10 ms to read: a sweep lasts long enough to act in.
+QVector<uint32_t> slow_parameters(qz::sim::simulated_module& module)
+{
+    QVector<uint32_t> ids;
+    for (uint32_t id = 1; id <= 40; ++id) {
+        module.store(id, int(id));
+        ids.append(id);
+    }
+    module.set_read_latency(10ms);
+    return ids;
+}
+
 } // namespace
 
 class tst_poller : public QObject {
@@ -208,12 +220,7 @@ private slots:
     void a_poller_may_go_while_its_sweep_still_reports()
     {
         qz::sim::simulated_module module;
-        QVector<uint32_t> ids;
-        for (uint32_t id = 1; id <= 40; ++id) {
-            module.store(id, int(id));
-            ids.append(id);
-        }
-        module.set_read_latency(10ms);
+        const QVector<uint32_t> ids = slow_parameters(module);
         qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
         QSignalSpy ended(thread.worker(), &sat_worker::on_operation_control);
         auto poller = std::make_unique<qz::gui::poller>(thread.worker());
@@ -229,12 +236,7 @@ private slots:
     void after_stop_no_sample_is_reported()
     {
         qz::sim::simulated_module module;
-        QVector<uint32_t> ids;
-        for (uint32_t id = 1; id <= 40; ++id) {
-            module.store(id, int(id));
-            ids.append(id);
-        }
-        module.set_read_latency(10ms);
+        const QVector<uint32_t> ids = slow_parameters(module);
         qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
         qz::gui::poller poller(thread.worker());
         QSignalSpy samples(&poller, &qz::gui::poller::on_sample);

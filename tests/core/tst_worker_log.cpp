@@ -6,6 +6,7 @@
 #include "qzgui/resource_manager.h"
 #include "qzgui/settings_keys.h"
 #include "qzgui/worker_log.h"
+#include "qzgui/worker_report_log.h"
 #include "qzgui/worker_thread.h"
 
 #include <QFile>
@@ -88,6 +89,38 @@ private slots:
         QVERIFY2(failed.size() == 1, qPrintable(lines.join('\n')));
         // One line: the device's message is made printable.
         QVERIFY2(!failed.first().contains(QLatin1Char('\n')), qPrintable(failed.first()));
+    }
+
+    void the_reports_can_be_switched_off_and_on()
+    {
+        qz::sim::simulated_module module;
+        module.store(1, 42);
+        QListWidget list;
+        qz::gui::log_controller log(nullptr, QStringLiteral("worker_report_log"), &list);
+        qz::gui::resource_manager texts;
+        qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+        qz::gui::worker_report_log reports(thread.worker(), &log, &texts);
+        QVERIFY(reports.is_enabled());
+        QSignalSpy operations(thread.worker(), &sat_worker::on_operation_control);
+        const auto read_once = [&] {
+            const int before = operations.count();
+            emit thread.worker()->get_params({1});
+            QTRY_COMPARE_WITH_TIMEOUT(operations.count(), before + 2, 30000);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+        };
+        read_once();
+        reports.set_enabled(false);
+        QVERIFY(!reports.is_enabled());
+        read_once();
+        read_once();
+        reports.set_enabled(true);
+        reports.set_enabled(true); // once is enough: no line twice
+        read_once();
+        thread.end();
+        const QStringList lines = messages(log.get_log_file_name());
+        QCOMPARE(lines.filter(QStringLiteral("begin of READ operation")).size(), 2);
+        QCOMPARE(lines.filter(QStringLiteral("end of READ operation")).size(), 2);
+        QCOMPARE(lines.filter(QStringLiteral("connection: connected")).size(), 2);
     }
 
     void a_failure_line_adds_what_the_device_said()

@@ -14,6 +14,7 @@
 #include <qzgui/printable_text.h>
 #include <qzgui/ui_controller.h>
 #include <qzgui/worker_log.h>
+#include <qzgui/worker_report_log.h>
 #include <qzgui/worker_thread.h>
 
 #include <QCheckBox>
@@ -137,7 +138,7 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     // Sweep after sweep would bury everything else in the log: while monitoring, it keeps to the
     // device lost and back, per-parameter failures of writes, and the values written.
     connect(_monitor, &monitor_tab::activity_changed, this,
-            [this](bool active) { _log_operations(!active); });
+            [this](bool active) { _report_log->set_enabled(!active); });
     _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
     resize(900, 800);
 }
@@ -168,22 +169,9 @@ QString panel_window::_value_text(uint32_t id, const QVariant& value) const
     return qz::gui::printable_value(value);
 }
 
-void panel_window::_log_operations(bool on)
-{
-    if (on == bool(_operation_log))
-        return;
-    if (on) {
-        _operation_log = new QObject(this);
-        qz::gui::log_worker_reports(_worker, _log.get(), &_texts, _operation_log);
-    } else {
-        delete _operation_log; // its connections go with it
-        _operation_log = nullptr;
-    }
-}
-
 void panel_window::_connect_worker()
 {
-    _log_operations(true);
+    _report_log = new qz::gui::worker_report_log(_worker, _log.get(), &_texts, this);
     connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
         // While the device is lost, the status bar says so until it is back.
         if (!_link_down)

@@ -23,6 +23,7 @@ class QTabWidget;
 namespace qz::gui {
 class form_session;
 class log_controller;
+class worker_report_log;
 class ui_controller;
 class worker_thread;
 } // namespace qz::gui
@@ -112,7 +113,6 @@ private:
     void _log_error(const QString& what, uint32_t id, const qz::gui::error_descriptor& err);
     void _on_link(bool up, const QString& text);
     void _mark_stale(uint32_t id, bool stale);
-    void _log_operations(bool on);
 
     qz::modbus::register_map _map;
     std::unique_ptr<qz::modbus::modbus_module> _module;
@@ -125,8 +125,8 @@ private:
     std::unique_ptr<qz::gui::log_controller> _log;
     QSet<uint32_t> _unread;
     QSet<uint32_t> _stale;
-    QHash<uint32_t, QString> _tool_tips; // of the stale fields, as they were
-    QObject* _operation_log = nullptr;   // the worker's routine reports go to the log while it lives
+    QHash<uint32_t, QString> _tool_tips;               // of the stale fields, as they were
+    qz::gui::worker_report_log* _report_log = nullptr; // quiet while polling
     monitor_tab* _monitor = nullptr;
     QTabWidget* _tabs = nullptr;
     bool _link_down = false;
