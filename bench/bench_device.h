@@ -5,6 +5,7 @@
 #define QZGUI_BENCH_DEVICE_H
 
 #include <qzgui/modbus/register_map.h>
+#include <qzgui/sat_worker.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -12,6 +13,8 @@
 #include <QModbusTcpClient>
 #include <QPair>
 #include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QUrl>
 #include <QVector>
 
@@ -127,6 +130,29 @@ public:
 
 private:
     QProcess _process;
+};
+
+/// What a Modbus benchmark starts from: settings of its own in a temporary directory, and the
+/// device with its map.
+struct device_setup {
+    QTemporaryDir dir;
+    bench_device device;
+    QString address;
+    qz::modbus::register_map map;
+
+    /// @return whether the device started
+    bool start()
+    {
+        QCoreApplication::setOrganizationName(QStringLiteral("qzgui-bench"));
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
+        qz::gui::register_meta_types();
+        const QString map_path = dir.filePath(QStringLiteral("map.json"));
+        address = device.start(map_path);
+        if (address.isEmpty())
+            return false;
+        map = qz::modbus::register_map::load(map_path);
+        return true;
+    }
 };
 
 } // namespace qz::bench

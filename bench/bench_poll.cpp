@@ -85,17 +85,11 @@ double bare_rate(const QUrl& url, const QVector<QPair<int, int>>& blocks)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    QTemporaryDir dir;
-    QCoreApplication::setOrganizationName(QStringLiteral("qzgui-bench"));
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
-    qz::gui::register_meta_types();
-
-    const QString map_path = dir.filePath(QStringLiteral("map.json"));
-    qz::bench::bench_device device;
-    const QString address = device.start(map_path);
-    if (address.isEmpty())
+    qz::bench::device_setup setup;
+    if (!setup.start())
         return 1;
-    const auto map = qz::modbus::register_map::load(map_path);
+    const QString& address = setup.address;
+    const qz::modbus::register_map& map = setup.map;
     const QVector<QPair<int, int>> blocks = qz::bench::read_blocks(map);
 
     std::vector<double> polled, bare, ratios;
