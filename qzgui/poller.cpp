@@ -190,10 +190,11 @@ void poller::_sweep()
         return;
     _asked = true;
     _connected = false;
-    _since_sweep.start();
     _asking = true;
     emit _worker->get_params(_ids);
     _asking = false;
+    // Timed from once the request is made: the next cannot come sooner than the interval after it.
+    _since_sweep.start();
 }
 
 } // namespace qz::gui
