@@ -12,6 +12,6 @@ export PKG_CONFIG_PATH="$(dirname "$pc")"
 pkg-config --exists --print-errors "$package"
 version=$(pkg-config --modversion "$package")
 echo "$package $version"
-g++ -std=c++17 "$source" $(pkg-config --cflags --libs "$package") -o "$work/consumer" \
+g++ -std=c++17 -fPIC "$source" $(pkg-config --cflags --libs "$package") -o "$work/consumer" \
     -Wl,-rpath,"$(pkg-config --variable=libdir "$package")"
 QT_QPA_PLATFORM=offscreen "$work/consumer"

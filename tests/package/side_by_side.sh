@@ -29,7 +29,7 @@ for package in qzgui qzgui-qt6; do
     grep -q "^Qt $major\." <<< "$out" || { echo "$package runs on the wrong Qt"; exit 1; }
 
     export PKG_CONFIG_PATH="$prefix/lib/pkgconfig:$(dirname "$(find "$prefix" -name "$package.pc")")"
-    g++ -std=c++17 "$consumer/main.cpp" $(pkg-config --cflags --libs "$package") -o "$work/$package.pc-consumer" \
+    g++ -std=c++17 -fPIC "$consumer/main.cpp" $(pkg-config --cflags --libs "$package") -o "$work/$package.pc-consumer" \
         -Wl,-rpath,"$(pkg-config --variable=libdir "$package")"
     out=$(QT_QPA_PLATFORM=offscreen "$work/$package.pc-consumer")
     echo "pkg-config $package: $out"
