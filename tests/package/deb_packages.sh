@@ -97,6 +97,15 @@ if [ "$qt" = 5 ]; then
     lacks qzgui-tools '\.so'
 fi
 
+# Beside the other Qt's packages, where they were made: no file in both.
+other="$src/packages"
+[ "$qt" = 5 ] && other="$src/packages-qt6"
+if ls "$other"/*.deb > /dev/null 2>&1; then
+    both=$(comm -12 <(for p in "$out"/*.deb; do dpkg-deb -c "$p" | awk '$1 !~ /^d/ {print $6}'; done | sort) \
+                    <(for p in "$other"/*.deb; do dpkg-deb -c "$p" | awk '$1 !~ /^d/ {print $6}'; done | sort))
+    [ -z "$both" ] || fail "files in the Qt 5 and Qt 6 packages alike: $both"
+fi
+
 # Unpacked into a root of its own, as apt would install them under /.
 root="$work/root"
 for p in "${packages[@]}"; do dpkg-deb -x "$out/${p}_${version}_$arch.deb" "$root"; done
