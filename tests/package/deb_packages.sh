@@ -45,7 +45,10 @@ for d in libc6 "$qtlib" "$charts"; do
 done
 echo "$depends" | grep -q qzgui && fail "$runtime depends on itself: $depends"
 depends=$(field "$dev" Depends)
-for d in "$runtime (= $version)" "$qtdev"; do
+dev_needs=("$runtime (= $version)" "$qtdev")
+# find_package(Qt6 COMPONENTS Charts) fails without Qt's OpenGL development files.
+[ "$qt" = 6 ] && dev_needs+=(libqt6opengl6-dev)
+for d in "${dev_needs[@]}"; do
     echo "$depends" | grep -qF "$d" || fail "$dev does not depend on $d: $depends"
 done
 if [ "$qt" = 5 ]; then
