@@ -451,6 +451,27 @@ private slots:
         check_form_matches_device("after the write");
     }
 
+    void a_profile_switch_during_a_write_keeps_what_the_profile_cannot_show_pending()
+    {
+        read();
+        choose_profile(1);
+        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
+        retype(frequency, QStringLiteral("458.253"));
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
+        window().faults()->set_slow_device(true);
+        click(window().write_button());
+        QVERIFY(window().is_busy());
+        // The standard band while the write of a value beyond it runs.
+        choose_profile(0);
+        QCOMPARE(frequency->value(), 440.0);
+        QVERIFY(wait_idle());
+        window().faults()->set_slow_device(false);
+        QCOMPARE(_module->stored(dc::id_frequency), QVariant(458.253));
+        // The device holds what the field cannot show: the field says so, as a pending change.
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
+        check_form_matches_device("after the write");
+    }
+
     void the_designer_form_binds_every_parameter()
     {
         for (const dc::parameter_t& p : dc::parameters()) {
