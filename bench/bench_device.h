@@ -139,6 +139,7 @@ struct device_setup {
     bench_device device;
     QString address;
     qz::modbus::register_map map;
+    QVector<QPair<int, int>> blocks; // what a grouped sweep of the map sends
 
     /// @return whether the device started
     bool start()
@@ -151,6 +152,7 @@ struct device_setup {
         if (address.isEmpty())
             return false;
         map = qz::modbus::register_map::load(map_path);
+        blocks = read_blocks(map);
         return true;
     }
 };

@@ -34,6 +34,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <tuple>
 
 using qz::gui::sat_worker;
 
@@ -129,10 +130,8 @@ int main(int argc, char** argv)
     qz::bench::device_setup setup;
     if (!setup.start())
         return 1;
-    const QString& address = setup.address;
-    const qz::modbus::register_map& map = setup.map;
+    const auto& [address, map, blocks] = std::tie(setup.address, setup.map, setup.blocks);
     const QUrl url(address);
-    const QVector<QPair<int, int>> blocks = qz::bench::read_blocks(map);
 
     qz::modbus::modbus_module module(address);
     qz::modbus::modbus_module queued_module(address);

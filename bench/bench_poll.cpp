@@ -29,6 +29,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <tuple>
 
 namespace {
 
@@ -88,9 +89,7 @@ int main(int argc, char** argv)
     qz::bench::device_setup setup;
     if (!setup.start())
         return 1;
-    const QString& address = setup.address;
-    const qz::modbus::register_map& map = setup.map;
-    const QVector<QPair<int, int>> blocks = qz::bench::read_blocks(map);
+    const auto& [address, map, blocks] = std::tie(setup.address, setup.map, setup.blocks);
 
     std::vector<double> polled, bare, ratios;
     for (int round = 0; round < rounds; ++round) {
