@@ -271,6 +271,9 @@ private slots:
         QSet<uint32_t> must_pend;
         int dialogs = 0, files = 0, began = 0;
         click(window().read_button());
+        // The last actions, "index:kind" ("b" when the window was busy), for a failure's message:
+        // a timing-dependent failure may not come back with its seed.
+        QStringList recent;
         for (int i = 0; i < actions; ++i) {
             const QString step = QStringLiteral("action %1 (seed %2)").arg(i).arg(seed);
             const QMap<uint32_t, QVariant> before = field_values();
@@ -278,6 +281,10 @@ private slots:
             bool settles = false;
             int edited = -1;
             const int kind = int(random.bounded(20));
+            recent.append(
+                QStringLiteral("%1:%2%3").arg(i).arg(kind).arg(was_busy ? QStringLiteral("b") : QString()));
+            if (recent.size() > 20)
+                recent.removeFirst();
             switch (kind) {
             case 0:
             case 1:
@@ -390,7 +397,9 @@ private slots:
             touched = QSet<uint32_t>(pending.cbegin(), pending.cend());
             if (!window().is_busy()) {
                 const QString problem = form_mismatch(window(), *_module);
-                QVERIFY2(problem.isEmpty(), qPrintable(QStringLiteral("%1: %2").arg(step, problem)));
+                QVERIFY2(problem.isEmpty(),
+                         qPrintable(QStringLiteral("%1: %2 (last actions: %3)")
+                                        .arg(step, problem, recent.join(QLatin1Char(' ')))));
             }
         }
 
