@@ -116,10 +116,10 @@ monitor_tab::monitor_tab(const QVector<qz::gui::parameter_description>& paramete
 
     connect(_poller.get(), &qz::gui::poller::on_sample, this,
             [this](uint32_t id, const QVariant& value, qint64 time) {
+                // A boolean is 0 or 1 on the trend.
                 bool number = false;
-                const double v =
-                    value.userType() == QMetaType::Bool ? double(value.toBool()) : value.toDouble(&number);
-                if (number || value.userType() == QMetaType::Bool)
+                const double v = value.toDouble(&number);
+                if (number)
                     _history.add(id, time, v);
                 if (_recorder)
                     _recorder->add(id, value, time);
