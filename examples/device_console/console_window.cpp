@@ -84,6 +84,7 @@ console_window::console_window(std::unique_ptr<qz::gui::sat_worker> worker,
     top->addWidget(_build_form(), 3);
     top->addWidget(_build_controls(), 1);
     layout->addLayout(top);
+    layout->addWidget(_level_trend, 1);
     layout->addWidget(_log_list, 1);
     setCentralWidget(central);
     _status = new QLabel;
@@ -276,8 +277,9 @@ QWidget* console_window::_build_controls()
     _level_trend = new qz::gui::trend_view(&_level_history);
     _level_trend->add_parameter(level);
     _level_trend->set_span(60 * 1000);
-    _level_trend->setMinimumSize(240, 200);
-    layout->addWidget(_level_trend, 1);
+    // Under the form, across the window (see the constructor): a trend needs width more than height.
+    _level_trend->setMinimumHeight(230);
+    layout->addStretch(1);
     _level_redraw = new QTimer(this);
     _level_redraw->setInterval(250);
     connect(_level_redraw, &QTimer::timeout, _level_trend, &qz::gui::trend_view::refresh);

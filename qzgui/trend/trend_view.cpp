@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QEvent>
+#include <QGraphicsLayout>
 #include <QLabel>
 #include <QLocale>
 #include <QMouseEvent>
@@ -221,11 +222,17 @@ trend_view::trend_view(const sample_history* history, QWidget* parent)
 {
     _d->history = history;
     _d->chart = new QChart;
+    // A trend is often a small part of a window: no frame around the plot beyond its axes.
+    _d->chart->layout()->setContentsMargins(0, 0, 0, 0);
+    _d->chart->setBackgroundRoundness(0);
     _d->chart->legend()->setAlignment(Qt::AlignBottom);
     _d->time_axis = new QDateTimeAxis(_d->chart);
     _d->time_axis->setFormat(QStringLiteral("HH:mm:ss"));
     _d->left_axis = new QValueAxis(_d->chart);
     _d->right_axis = new QValueAxis(_d->chart);
+    // Short labels ("0.25", "1e+06"): a fixed format's long ones are cut to "..." in a small trend.
+    for (QValueAxis* axis : {_d->left_axis, _d->right_axis})
+        axis->setLabelFormat(QStringLiteral("%.4g"));
     _d->right_axis->setVisible(false);
     _d->chart->addAxis(_d->time_axis, Qt::AlignBottom);
     _d->chart->addAxis(_d->left_axis, Qt::AlignLeft);
@@ -340,6 +347,12 @@ void trend_view::refresh()
     _d->time_axis->setRange(QDateTime::fromMSecsSinceEpoch(_d->from), QDateTime::fromMSecsSinceEpoch(_d->to));
     left.apply_to(_d->left_axis);
     right.apply_to(_d->right_axis);
+    // A value label needs about 40 pixels of height: fewer ticks on a low plot, or Qt Charts cuts
+    // every label to "...".
+    const int ticks = std::clamp(int(plot.height() / 40) + 1, 2, 9);
+    for (QValueAxis* axis : {_d->left_axis, _d->right_axis})
+        if (axis->tickCount() != ticks)
+            axis->setTickCount(ticks);
 }
 
 bool trend_view::eventFilter(QObject* watched, QEvent* event)
