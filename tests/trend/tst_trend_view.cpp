@@ -143,6 +143,7 @@ private slots:
     void a_gap_breaks_the_line();
     void the_read_out_gives_the_values_under_the_mouse();
     void an_empty_trend_draws_nothing();
+    void a_low_plot_has_fewer_value_labels();
 };
 
 void tst_trend_view::legend_names_each_line_with_its_unit()
@@ -340,6 +341,31 @@ void tst_trend_view::an_empty_trend_draws_nothing()
     QVERIFY(pieces_of(chart_of(trend), QStringLiteral("Never read")).isEmpty());
     move_mouse(trend, 0.5);
     QVERIFY2(trend.read_out().contains(QStringLiteral("Never read: –")), qPrintable(trend.read_out()));
+}
+
+void tst_trend_view::a_low_plot_has_fewer_value_labels()
+{
+    // Qt Charts cuts a value label it has no height for to "...": a low trend gets fewer of them.
+    sample_history history;
+    for (int i = 0; i < 100; ++i)
+        history.add(1, t0 + i * 1000, i);
+    trend_view trend(&history);
+    trend.add_parameter(parameter(1, QStringLiteral("Level"), QStringLiteral("%")));
+    const auto ticks_at = [&](int height) {
+        trend.resize(800, height);
+        QApplication::processEvents();
+        trend.refresh();
+        QChart* chart = chart_of(trend);
+        auto* axis = static_cast<QValueAxis*>(chart->axes(Qt::Vertical).value(0));
+        QVERIFY2(axis->tickCount() >= 2 && axis->tickCount() <= int(chart->plotArea().height() / 40) + 1,
+                 qPrintable(QStringLiteral("%1 ticks on a plot %2 high")
+                                .arg(axis->tickCount())
+                                .arg(chart->plotArea().height())));
+    };
+    trend.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&trend));
+    ticks_at(200);
+    ticks_at(600);
 }
 
 QTEST_MAIN(tst_trend_view)
