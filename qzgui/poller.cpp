@@ -62,10 +62,7 @@ poller::poller(sat_worker* worker, QObject* parent)
     // Every read and write request, the application's and ours, in the order the worker takes
     // them: each ends in one operation, so the oldest open request is the one that ends next.
     // Direct: they are made in this thread, and must be counted before any report of them.
-    const auto made = [this] {
-        _sweep_first = _sweep_first || (_asking && _requests == 0);
-        ++_requests;
-    };
+    const auto made = [this] { ++_requests; };
     connect(worker, &sat_worker::get_params, this, made, Qt::DirectConnection);
     connect(worker, &sat_worker::set_params, this, made, Qt::DirectConnection);
     // The reports come from the worker's thread, queued to this one.
@@ -154,8 +151,8 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
     }
     _running = std::max(_running - 1, 0);
     // An operation of a request made before this poller existed is nobody's we know of.
-    const bool sweep = _requests > 0 && _sweep_first;
-    _sweep_first = false;
+    // A sweep is asked only when no request is open, so an asked one is the oldest: it ends first.
+    const bool sweep = _asked && _requests > 0;
     _requests = std::max(_requests - 1, 0);
     emit on_request_end(op, sweep);
     if (sweep) {
@@ -190,9 +187,7 @@ void poller::_sweep()
         return;
     _asked = true;
     _connected = false;
-    _asking = true;
     emit _worker->get_params(_ids);
-    _asking = false;
     // Timed from once the request is made: the next cannot come sooner than the interval after it.
     _since_sweep.start();
 }

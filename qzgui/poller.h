@@ -89,13 +89,9 @@ private:
     QVector<uint32_t> _ids;
     int _interval = 0;
     bool _active = false;
-    int _running = 0;     // operations of the worker begun and not yet ended, as seen here
-    bool _asked = false;  // a sweep of ours is asked for and has not ended
-    bool _asking = false; // the request being made now is our sweep
-    // Requests made and not ended. A sweep is asked only when none is open, so it is always the
-    // oldest: the next to end.
-    int _requests = 0;
-    bool _sweep_first = false;
+    int _running = 0;           // operations of the worker begun and not yet ended, as seen here
+    bool _asked = false;        // a sweep of ours is asked for and has not ended
+    int _requests = 0;          // read and write requests made and not ended, ours and the application's
     bool _connected = false;    // the sweep in progress connected
     bool _link_down = false;    // on_link(false) was said and not yet taken back
     QElapsedTimer _since_sweep; // from the start of the last sweep; invalid before the first

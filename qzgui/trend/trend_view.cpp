@@ -167,12 +167,9 @@ struct trend_view::private_t {
             }
         }
         flush();
-        for (int i = std::max(piece, 1); i < line.pieces.size(); ++i) {
+        // Pieces of earlier stretches the line no longer has stay, empty, for the next redraw.
+        for (int i = piece; i < line.pieces.size(); ++i)
             line.pieces[i]->clear();
-        }
-        if (piece == 0 && !line.pieces.isEmpty()) {
-            line.pieces.front()->clear();
-        }
     }
 
     /// @return the value of @p id at @p time: its last sample at or before it, NaN after a gap or none

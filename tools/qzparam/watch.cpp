@@ -39,7 +39,6 @@ int watch(qz::gui::sat_worker* worker, const watch_request_t& request)
 
     qz::gui::poller poller(worker);
     int status = watched;
-    int rows = 0;
     bool connected = false;
     const auto finish = [&](int exit_status) {
         status = exit_status;
@@ -48,8 +47,7 @@ int watch(qz::gui::sat_worker* worker, const watch_request_t& request)
     };
     const auto took = [&](const QByteArray& ended) {
         write_out(ended);
-        rows = table.rows_ended();
-        if (request.count > 0 && rows >= request.count && poller.is_active())
+        if (request.count > 0 && table.rows_ended() >= request.count && poller.is_active())
             finish(watched);
     };
     QObject::connect(worker, &worker_t::on_connection_state, &poller,
