@@ -280,11 +280,12 @@ void form_session::_settle(uint32_t id)
         emit on_pending_kept(id, *shown, *device);
         return;
     }
-    // The field already showed the nearest value it can, so no edit marked it: say so instead.
-    const QString text =
-        QStringLiteral("the device holds %1, which the active profile cannot show").arg(_format(id, *device));
-    _form->set_hint_for_error(id, true, text);
-    emit on_value_not_shown(id, *device, text);
+    // The field already showed the nearest value it can, so no edit marked it. It is a change the
+    // device lacks all the same, whatever the field showed before: pending, and said so.
+    _form->add_changed_parameter(id);
+    emit on_value_not_shown(
+        id, *device,
+        QStringLiteral("the device holds %1, which the active profile cannot show").arg(_format(id, *device)));
 }
 
 } // namespace qz::gui

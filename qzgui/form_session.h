@@ -39,8 +39,9 @@ class sat_worker;
  *   failed id gets an error hint (mark_failed()); error hints last until the next operation
  *   begins.
  * - Where the field cannot show the device's value (a profile's range, decimals or items), the
- *   field shows the nearest it can: as a pending change when the user's edit or a profile switch
- *   made it differ, else with an error hint and on_value_not_shown().
+ *   field shows the nearest it can, always as a pending change: on_pending_kept() says so where
+ *   an edit or a profile switch made it differ, on_value_not_shown() where the field already
+ *   showed that nearest value.
  * - discard_changes() gives each pending field the device's value back by the same rules, and a
  *   field whose device value never came no value (show_no_values()).
  *
@@ -162,8 +163,9 @@ Q_SIGNALS:
     void on_pending_kept(uint32_t id, const QVariant& shown, const QVariant& device);
 
     /**
-     * The field of @p id cannot show the device's value @p device and was marked with an error
-     * hint reading @p text ("the device holds 55, which the active profile cannot show").
+     * The field of @p id cannot show the device's value @p device, already showed the nearest it
+     * can, and became a pending change; @p text says why ("the device holds 55, which the active
+     * profile cannot show").
      */
     void on_value_not_shown(uint32_t id, const QVariant& device, const QString& text);
 

@@ -84,7 +84,17 @@ void ui_controller::_on_data_changed()
 {
     if (_loading)
         return;
-    const uint32_t id = _parameters_by_widget.value(sender(), 0);
+    _mark_changed(_parameters_by_widget.value(sender(), 0));
+}
+
+void ui_controller::add_changed_parameter(uint32_t id)
+{
+    if (_binding(id))
+        _mark_changed(id);
+}
+
+void ui_controller::_mark_changed(uint32_t id)
+{
     if (!_changed.contains(id))
         _changed.append(id);
     set_hint_for_changed_value(id, true, QString());

@@ -99,6 +99,13 @@ public:
     /// @return the changed list: the ids the user changed, in the order of first change
     const QVector<uint32_t>& changed_parameters() const;
 
+    /**
+     * Puts @p id on the changed list as an edit does (once, underlined, on_data_changed()), for a
+     * change the form made without an edit: a widget that shows another value than the device's
+     * because it cannot take the device's. An id without a widget is ignored.
+     */
+    void add_changed_parameter(uint32_t id);
+
     /// Takes @p id off the changed list (typically after its write succeeded); hints stay.
     void remove_changed_parameter(uint32_t id);
 
@@ -143,6 +150,7 @@ private:
     void _build_data_object_parameter_map();
     void _connect_signals();
     const binding_t* _binding(uint32_t id) const;
+    void _mark_changed(uint32_t id);
 
     QMap<uint32_t, binding_t>* _widgets;
     QMap<uint32_t, QWidget*>* _hint_widgets;

@@ -472,6 +472,52 @@ private slots:
         check_form_matches_device("after the write");
     }
 
+    void a_value_beyond_the_profile_is_pending_even_where_the_field_showed_its_limit()
+    {
+        // The device holds the standard band's top, so the field shows it, settled.
+        read();
+        choose_profile(1);
+        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
+        retype(frequency, QStringLiteral("440"));
+        write();
+        choose_profile(0);
+        QCOMPARE(frequency->value(), 440.0);
+        QVERIFY(window().pending_ids().isEmpty());
+
+        // Another tool sets a value beyond the band: the field cannot change, and still says so.
+        _module->store(dc::id_frequency, 458.253);
+        read();
+        QCOMPARE(frequency->value(), 440.0);
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
+        check_form_matches_device("after the read");
+        // An operation beginning ends error hints, not the pending change.
+        read();
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
+        check_form_matches_device("after a second read");
+    }
+
+    void a_write_confirmed_after_discard_and_profile_switch_leaves_no_silent_difference()
+    {
+        read();
+        choose_profile(1);
+        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
+        retype(frequency, QStringLiteral("440"));
+        write();
+        retype(frequency, QStringLiteral("458.253"));
+        window().faults()->set_slow_device(true);
+        click(window().write_button());
+        QVERIFY(window().is_busy());
+        // While it runs: the standard band, then Discard gives the field the 440 the device held.
+        choose_profile(0);
+        click(window().discard_button());
+        QCOMPARE(frequency->value(), 440.0);
+        QVERIFY(wait_idle());
+        window().faults()->set_slow_device(false);
+        QCOMPARE(_module->stored(dc::id_frequency), QVariant(458.253));
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
+        check_form_matches_device("after the write");
+    }
+
     void the_designer_form_binds_every_parameter()
     {
         for (const dc::parameter_t& p : dc::parameters()) {

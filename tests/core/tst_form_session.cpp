@@ -212,24 +212,30 @@ private slots:
         QCOMPARE(kept[0], (QVariantList{uint(id_spin), 100, 150}));
         QCOMPARE(not_shown.size(), 0);
 
-        // Once the device holds 100, a later 150 leaves the field as it is: an error hint says so.
+        // Once the device holds 100, a later 150 leaves the field as it is, which no edit marks:
+        // it is pending all the same, and said so.
         _session->confirm_written(id_spin, 100);
         QVERIFY(pending().isEmpty());
         _session->set_value_formatter(
             [](uint32_t, const QVariant& v) { return QStringLiteral("<%1>").arg(v.toInt()); });
         _session->show_device_value(id_spin, 150);
         QCOMPARE(_f->spin->value(), 100);
-        QVERIFY(pending().isEmpty());
-        QVERIFY(marked_failed(id_spin));
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
+        QVERIFY(underlined(id_spin));
+        QVERIFY(!marked_failed(id_spin));
+        QCOMPARE(_session->pending_changes(), (QVector<QPair<uint32_t, QVariant>>{{id_spin, 100}}));
         QCOMPARE(not_shown.size(), 1);
         QCOMPARE(
             not_shown[0],
             (QVariantList{uint(id_spin), 150,
                           QStringLiteral("the device holds <150>, which the active profile cannot show")}));
-        // A value it can show settles the field again.
+        // The next operation's beginning leaves the pending change; a value it can show settles it.
+        _session->begin_operation();
+        QCOMPARE(pending(), QVector<uint32_t>{id_spin});
         _session->show_device_value(id_spin, 7);
         QCOMPARE(_f->spin->value(), 7);
         QVERIFY(pending().isEmpty());
+        QVERIFY(!underlined(id_spin));
     }
 
     void reconfiguring_makes_pending_only_what_it_changed_away_from_the_device()

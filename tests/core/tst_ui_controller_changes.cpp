@@ -26,6 +26,8 @@ class tst_ui_controller_changes : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase() { qRegisterMetaType<uint32_t>("uint32_t"); }
+
     void nothing_changed()
     {
         form f;
@@ -140,6 +142,26 @@ private slots:
         QVERIFY(f.hint(id_spin)->font().underline());
         f.line->setText(QStringLiteral("b"));
         QCOMPARE(changed_ids(controller), QVector<uint32_t>({id_line}));
+    }
+
+    void a_change_without_an_edit_enters_the_list_as_an_edit_does()
+    {
+        form f;
+        ui_controller controller(&f.widgets, &f.hints);
+        QSignalSpy edits(&controller, &ui_controller::on_data_changed);
+        f.line->setText(QStringLiteral("a"));
+        controller.add_changed_parameter(id_spin);
+        controller.add_changed_parameter(id_line); // already there: stays where it is
+        controller.add_changed_parameter(4711);    // no widget: ignored
+        QCOMPARE(changed_ids(controller), QVector<uint32_t>({id_line, id_spin}));
+        QVERIFY(f.hint(id_spin)->font().underline());
+        QCOMPARE(edits.size(), 3);
+        QCOMPARE(edits[1][0].value<uint32_t>(), uint32_t(id_spin));
+        QCOMPARE(collected(controller), pairs_t({{id_line, QStringLiteral("a")}, {id_spin, 0}}));
+        // Even while values are being loaded: the caller asks for it outright.
+        controller.set_loading_data(true);
+        controller.add_changed_parameter(id_double);
+        QVERIFY(controller.is_changed_parameter(id_double));
     }
 
     void discard_puts_values_back()
