@@ -283,9 +283,9 @@ void form_session::_settle(uint32_t id)
     // The field already showed the nearest value it can, so no edit marked it. It is a change the
     // device lacks all the same, whatever the field showed before: pending, and said so.
     _form->add_changed_parameter(id);
-    emit on_value_not_shown(
-        id, *device,
-        QStringLiteral("the device holds %1, which the active profile cannot show").arg(_format(id, *device)));
+    emit on_value_not_shown(id, *device,
+                            QStringLiteral("the device holds %1, which the active profile cannot show")
+                                .arg(_format(id, *device)));
 }
 
 } // namespace qz::gui
