@@ -3,7 +3,8 @@
 # Installs what is missing, builds qzgui with its tests and runs every test.
 # Usage: scripts/run-tests.sh [--qt 5|6] [--sanitize address,undefined|thread]
 #   --qt 6 builds for Qt 6 into directories of its own (build-qt6, build-qt6-address-undefined, ...).
-#   With thread, only the tests labelled "threads" run (the worker and the simulated device).
+#   With thread, only the tests labelled "threads" run (the worker, its thread, the poller, the
+#   simulated device, the Modbus module and worker).
 #   QZGUI_WERROR=ON turns compiler warnings into errors (CI sets it).
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -32,10 +32,29 @@ private slots:
         qz::gui::worker_thread thread(std::move(worker));
         QVERIFY(thread.worker());
         QVERIFY(thread.worker()->thread() != QThread::currentThread());
-        QSignalSpy values(thread.worker(), &sat_worker::on_get_param);
+        // Received in this thread, queued, as a window receives them.
+        QVariantList values;
+        connect(thread.worker(), &sat_worker::on_get_param, this,
+                [&values](uint32_t, const QVariant& value) { values.append(value); });
         emit thread.worker()->get_params({1});
-        QVERIFY(values.wait(30000));
-        QCOMPARE(values.first().at(1), QVariant(42));
+        QTRY_COMPARE_WITH_TIMEOUT(values, QVariantList{42}, 30000);
+    }
+
+    void the_worker_is_deleted_in_its_own_thread()
+    {
+        qz::sim::simulated_module module;
+        std::atomic<QThread*> deleted_in{nullptr};
+        QThread* worker_thread = nullptr;
+        {
+            qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+            worker_thread = thread.worker()->thread();
+            connect(
+                thread.worker(), &QObject::destroyed, thread.worker(),
+                [&deleted_in] { deleted_in = QThread::currentThread(); }, Qt::DirectConnection);
+        }
+        QVERIFY(deleted_in.load() != nullptr);
+        QCOMPARE(deleted_in.load(), worker_thread);
+        QVERIFY(deleted_in.load() != QThread::currentThread());
     }
 
     void end_stops_the_queue_and_deletes_the_worker()

@@ -13,10 +13,10 @@
 #include <qzgui/resource_manager.h>
 #include <qzgui/settings_keys.h>
 #include <qzgui/worker_log.h>
+#include <qzgui/worker_thread.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QThread>
 
 #include <algorithm>
 #include <climits>
@@ -183,19 +183,16 @@ int main(int argc, char** argv)
     qz::gui::resource_manager texts;
     texts.set_verbose_level(parser.isSet(verbose) ? 5 : 0);
     using worker_t = qz::gui::sat_worker;
-    QThread thread;
-    auto* worker = new run_worker(nullptr, module.get(), map);
+    auto made = std::make_unique<run_worker>(nullptr, module.get(), map);
     if (parser.isSet(timeout))
-        worker->timeout_ms = whole_number(timeout.names().first(), parser.value(timeout), 10, 3600000);
+        made->timeout_ms = whole_number(timeout.names().first(), parser.value(timeout), 10, 3600000);
     if (parser.isSet(repeats))
-        worker->repeats = whole_number(repeats.names().first(), parser.value(repeats), 0, 100);
-    worker->moveToThread(&thread);
-    QObject::connect(&thread, &QThread::finished, worker, &QObject::deleteLater);
+        made->repeats = whole_number(repeats.names().first(), parser.value(repeats), 0, 100);
+    run_worker* worker = made.get();
+    qz::gui::worker_thread thread(std::move(made));
     if (watching) {
-        thread.start();
         const int watch_status = qz::tools::watch(worker, watch_request);
-        thread.quit();
-        thread.wait();
+        thread.end();
         return watch_status;
     }
 
@@ -246,14 +243,12 @@ int main(int argc, char** argv)
         worker->stop();
     });
 
-    thread.start();
     if (command == QLatin1String("read"))
         emit worker->get_params(reads);
     else
         emit worker->set_params(writes);
     app.exec();
-    thread.quit();
-    thread.wait();
+    thread.end();
     module.reset();
     if (stopped) {
         print(stderr, QStringLiteral("qzparam: stopped"));
