@@ -93,9 +93,26 @@ void form_session::set_value_formatter(std::function<QString(uint32_t, const QVa
 
 void form_session::show_device_value(uint32_t id, const QVariant& value)
 {
+    const auto known = _device.constFind(id);
+    const bool news = known == _device.constEnd() || *known != value;
     _device.insert(id, value);
     _two_states(id);
+    if (_edits_kept && is_pending(id)) {
+        // Noted, not shown: the user's edit stays. Said again only when the device's value changes.
+        _settle(id, news);
+        return;
+    }
     _show(id, value);
+}
+
+void form_session::set_edits_kept(bool kept)
+{
+    _edits_kept = kept;
+}
+
+bool form_session::edits_kept() const
+{
+    return _edits_kept;
 }
 
 void form_session::confirm_written(uint32_t id, const QVariant& value)
@@ -266,7 +283,7 @@ void form_session::_show(uint32_t id, const QVariant& value)
     _settle(id);
 }
 
-void form_session::_settle(uint32_t id)
+void form_session::_settle(uint32_t id, bool tell)
 {
     const std::optional<QVariant> shown = field_of(*_widgets, id);
     const auto device = _device.constFind(id);
@@ -277,7 +294,8 @@ void form_session::_settle(uint32_t id)
         return;
     }
     if (is_pending(id)) {
-        emit on_pending_kept(id, *shown, *device);
+        if (tell)
+            emit on_pending_kept(id, *shown, *device);
         return;
     }
     // The field already showed the nearest value it can, so no edit marked it. It is a change the

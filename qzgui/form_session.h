@@ -29,9 +29,10 @@ class sat_worker;
  * binding's changed list, underlined), and nothing else.
  *
  * The rules:
- * - A value from the device (a read) replaces what its field shows, an edit included; a read
- *   replaces only the ids it read. Where a pending field cannot show the device's value, the edit
- *   stays, and on_pending_kept() says so.
+ * - A value from the device (a read) replaces what its field shows, an edit included (unless
+ *   set_edits_kept() says otherwise, as while polling); a read replaces only the ids it read.
+ *   Where a pending field cannot show the device's value, the edit stays, and on_pending_kept()
+ *   says so.
  * - A confirmed write settles its field, unless the user edited the field again while the write
  *   ran: then the newer edit stays pending. A field whose change was discarded meanwhile shows
  *   what the device now holds.
@@ -116,6 +117,18 @@ public:
     void set_value_formatter(std::function<QString(uint32_t id, const QVariant& value)> format);
 
     /**
+     * While @p kept is true, a value read from the device no longer replaces a pending edit: the
+     * device's value is noted, the field keeps the user's value, pending, and on_pending_kept()
+     * comes only when the device's value changes. For reads that come by themselves (polling),
+     * which would otherwise take an edit from under the user's hands before it is written.
+     * Fields without an edit show the device's values as before; discard_changes() still gives
+     * pending fields the device's value back. Off by default.
+     */
+    void set_edits_kept(bool kept);
+    /// @return whether reads keep pending edits (set_edits_kept())
+    bool edits_kept() const;
+
+    /**
      * Runs @p change, a change of the form that is not the user's (switching a widget profile):
      * fields it made pending settle again where they still show the device's value; the others
      * stay pending, to be written as they now show.
@@ -171,7 +184,7 @@ Q_SIGNALS:
 
 private:
     void _show(uint32_t id, const QVariant& value);
-    void _settle(uint32_t id);
+    void _settle(uint32_t id, bool tell = true);
     void _two_states(uint32_t id);
     QObject* _widget_of(uint32_t id) const;
 
@@ -180,6 +193,7 @@ private:
     const QMap<uint32_t, QWidget*>* _hints;
     QMap<uint32_t, QVariant> _device;
     std::function<QString(uint32_t, const QVariant&)> _format;
+    bool _edits_kept = false;
 };
 
 } // namespace qz::gui

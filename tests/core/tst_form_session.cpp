@@ -153,6 +153,48 @@ private slots:
         QCOMPARE(kept[0], (QVariantList{uint(id_spin), 20, 150}));
     }
 
+    void while_edits_are_kept_reads_leave_pending_fields_alone()
+    {
+        QSignalSpy kept(_session.get(), &form_session::on_pending_kept);
+        QVERIFY(!_session->edits_kept());
+        _session->set_edits_kept(true);
+        QVERIFY(_session->edits_kept());
+        retype(_f->spin, QStringLiteral("20"));
+        retype(_f->line, QStringLiteral("tank"));
+        // The same value as before: nothing to say.
+        _session->show_device_value(id_spin, 12);
+        QCOMPARE(_f->spin->value(), 20);
+        QCOMPARE(pending(), (QVector<uint32_t>{id_spin, id_line}));
+        QVERIFY(underlined(id_spin));
+        QCOMPARE(kept.size(), 0);
+        // A new one is noted and said once.
+        _session->show_device_value(id_spin, 15);
+        _session->show_device_value(id_spin, 15);
+        QCOMPARE(_f->spin->value(), 20);
+        QCOMPARE(_session->device_values().value(id_spin), QVariant(15));
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(kept[0], (QVariantList{uint(id_spin), 20, 15}));
+        // The device comes to hold what the field shows: no change any more.
+        _session->show_device_value(id_spin, 20);
+        QCOMPARE(pending(), QVector<uint32_t>{id_line});
+        QVERIFY(!underlined(id_spin));
+        // A field without an edit shows what the device holds, as ever.
+        _session->show_device_value(id_spin, 30);
+        QCOMPARE(_f->spin->value(), 30);
+        // Discard still gives the device's value back.
+        _session->show_device_value(id_line, QStringLiteral("well"));
+        QCOMPARE(_f->line->text(), QStringLiteral("tank"));
+        _session->discard_changes();
+        QCOMPARE(_f->line->text(), QStringLiteral("well"));
+        QVERIFY(pending().isEmpty());
+        // Off again: a read replaces an edit.
+        _session->set_edits_kept(false);
+        retype(_f->spin, QStringLiteral("40"));
+        _session->show_device_value(id_spin, 30);
+        QCOMPARE(_f->spin->value(), 30);
+        QVERIFY(pending().isEmpty());
+    }
+
     void a_write_confirms_only_what_it_wrote()
     {
         retype(_f->spin, QStringLiteral("20"));

@@ -295,6 +295,42 @@ private slots:
         QCOMPARE(finished.size(), 1);
     }
 
+    void an_edit_of_a_polled_field_stays_until_written_or_discarded()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        auto window = _open(device);
+        qz::panel::monitor_tab* monitor = window->monitor();
+        monitor->set_ticked({3});
+        monitor->set_interval(100);
+        QCOMPARE(monitor->start(), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(window->has_device_value(3), 30000);
+        auto* gain = qobject_cast<QSpinBox*>(window->field(3));
+        retype(gain, QStringLiteral("17"));
+        QCOMPARE(window->pending_ids(), QVector<uint32_t>{3});
+        // Sweeps read 12 meanwhile: the edit stays, and the log says so once, not per sweep.
+        const int sweeps = int(monitor->history().samples(3, 0, std::numeric_limits<qint64>::max()).size());
+        QTRY_VERIFY_WITH_TIMEOUT(
+            monitor->history().samples(3, 0, std::numeric_limits<qint64>::max()).size() >= sweeps + 5, 30000);
+        QCOMPARE(gain->value(), 17);
+        QCOMPARE(window->pending_ids(), QVector<uint32_t>{3});
+        QVERIFY(log_lines(*window).filter(QStringLiteral("is pending, the device holds")).size() <= 1);
+        // Discard: the device's value again, and the sweeps keep it up to date.
+        QTest::mouseClick(window->discard_button(), Qt::LeftButton);
+        QCOMPARE(gain->value(), 12);
+        QVERIFY(window->pending_ids().isEmpty());
+        // An edit written: the device holds it, and the sweeps read it back.
+        retype(gain, QStringLiteral("19"));
+        QTest::mouseClick(window->write_button(), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!window->is_busy(), 30000);
+        QCOMPARE(device_holds(device, "0x0003"), QStringLiteral("0x0003 = 19"));
+        QTRY_VERIFY_WITH_TIMEOUT(
+            monitor->history().samples(3, 0, std::numeric_limits<qint64>::max()).last().y() == 19, 30000);
+        QCOMPARE(gain->value(), 19);
+        QVERIFY(window->pending_ids().isEmpty());
+        monitor->stop();
+    }
+
     void the_form_keeps_stale_values_while_the_device_is_lost()
     {
         auto device = std::make_unique<device_process>();

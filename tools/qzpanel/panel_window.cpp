@@ -137,8 +137,11 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     });
     // Sweep after sweep would bury everything else in the log: while monitoring, it keeps to the
     // device lost and back, per-parameter failures of writes, and the values written.
-    connect(_monitor, &monitor_tab::activity_changed, this,
-            [this](bool active) { _report_log->set_enabled(!active); });
+    // Sweeps read the polled fields again and again: an edit stays until it is written or discarded.
+    connect(_monitor, &monitor_tab::activity_changed, this, [this](bool active) {
+        _report_log->set_enabled(!active);
+        _session->set_edits_kept(active);
+    });
     _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
     resize(900, 800);
 }
