@@ -93,10 +93,37 @@ class tst_console_rules : public QObject {
     void start_slow_write_of_gain()
     {
         read();
-        window().faults()->set_slow_device(true);
         retype(window().gain_field(), QStringLiteral("20"));
+        start_slow_write();
+    }
+
+    // After a read, types @p value into the frequency in the extended band; @return the field.
+    QDoubleSpinBox* type_extended_frequency(const QString& value)
+    {
+        read();
+        choose_profile(1);
+        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
+        retype(frequency, value);
+        return frequency;
+    }
+
+    // Starts writing the pending changes to a slow device; returns with the write in flight.
+    void start_slow_write()
+    {
+        window().faults()->set_slow_device(true);
         click(window().write_button());
         QVERIFY(window().is_busy());
+    }
+
+    // Once the slow write of 458.253 MHz has ended under the standard band, which cannot show it,
+    // the device holds it and the field says so, as a pending change.
+    void check_the_frequency_beyond_the_band_pending()
+    {
+        QVERIFY(wait_idle());
+        window().faults()->set_slow_device(false);
+        QCOMPARE(_module->stored(dc::id_frequency), QVariant(458.253));
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
+        check_form_matches_device("after the write");
     }
 
     // Each bound field either shows what the device holds or is pending.
@@ -453,32 +480,19 @@ private slots:
 
     void a_profile_switch_during_a_write_keeps_what_the_profile_cannot_show_pending()
     {
-        read();
-        choose_profile(1);
-        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
-        retype(frequency, QStringLiteral("458.253"));
+        QDoubleSpinBox* frequency = type_extended_frequency(QStringLiteral("458.253"));
         QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
-        window().faults()->set_slow_device(true);
-        click(window().write_button());
-        QVERIFY(window().is_busy());
+        start_slow_write();
         // The standard band while the write of a value beyond it runs.
         choose_profile(0);
         QCOMPARE(frequency->value(), 440.0);
-        QVERIFY(wait_idle());
-        window().faults()->set_slow_device(false);
-        QCOMPARE(_module->stored(dc::id_frequency), QVariant(458.253));
-        // The device holds what the field cannot show: the field says so, as a pending change.
-        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
-        check_form_matches_device("after the write");
+        check_the_frequency_beyond_the_band_pending();
     }
 
     void a_value_beyond_the_profile_is_pending_even_where_the_field_showed_its_limit()
     {
         // The device holds the standard band's top, so the field shows it, settled.
-        read();
-        choose_profile(1);
-        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
-        retype(frequency, QStringLiteral("440"));
+        QDoubleSpinBox* frequency = type_extended_frequency(QStringLiteral("440"));
         write();
         choose_profile(0);
         QCOMPARE(frequency->value(), 440.0);
@@ -498,24 +512,15 @@ private slots:
 
     void a_write_confirmed_after_discard_and_profile_switch_leaves_no_silent_difference()
     {
-        read();
-        choose_profile(1);
-        auto* frequency = static_cast<QDoubleSpinBox*>(window().field(dc::id_frequency));
-        retype(frequency, QStringLiteral("440"));
+        QDoubleSpinBox* frequency = type_extended_frequency(QStringLiteral("440"));
         write();
         retype(frequency, QStringLiteral("458.253"));
-        window().faults()->set_slow_device(true);
-        click(window().write_button());
-        QVERIFY(window().is_busy());
+        start_slow_write();
         // While it runs: the standard band, then Discard gives the field the 440 the device held.
         choose_profile(0);
         click(window().discard_button());
         QCOMPARE(frequency->value(), 440.0);
-        QVERIFY(wait_idle());
-        window().faults()->set_slow_device(false);
-        QCOMPARE(_module->stored(dc::id_frequency), QVariant(458.253));
-        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_frequency});
-        check_form_matches_device("after the write");
+        check_the_frequency_beyond_the_band_pending();
     }
 
     void the_designer_form_binds_every_parameter()
