@@ -79,7 +79,12 @@ public:
                 done({});
         });
         QObject::connect(&_socket, &QAbstractSocket::errorOccurred, this,
-                         [this] { _fail(_socket.errorString()); });
+                         [this](QAbstractSocket::SocketError e) {
+                             // Only check_open()'s look that waits for nothing times out: requests keep their
+                             // own time.
+                             if (e != QAbstractSocket::SocketTimeoutError)
+                                 _fail(_socket.errorString());
+                         });
         QObject::connect(&_socket, &QTcpSocket::disconnected, this,
                          [this] { _fail(QStringLiteral("the device closed the connection")); });
         QObject::connect(&_socket, &QTcpSocket::readyRead, this, [this] { _take_bytes(); });
@@ -116,6 +121,13 @@ public:
     void cancel(int handle) override
     {
         _requests.remove_if([&](const request_t& r) { return r.handle == handle; });
+    }
+
+    void check_open() override
+    {
+        // Reads what already came, a close by the device included, which then reports itself.
+        if (_socket.state() == QAbstractSocket::ConnectedState)
+            _socket.waitForReadyRead(0);
     }
 
 private:

@@ -46,6 +46,13 @@ public:
     /// @return whether the connection is open (and did not fail since)
     bool is_open() const { return _failure.isEmpty(); }
 
+    /**
+     * Takes in, without waiting, what the connection already knows and the event loop has not
+     * handled yet: a device that closed it, say. A connection kept open between operations may
+     * have been closed by the device meanwhile; is_open() says so only after this.
+     */
+    virtual void check_open() {}
+
     /// @return why the connection failed or closed, or is not open yet; empty while it is open
     QString failure() const { return _failure; }
 

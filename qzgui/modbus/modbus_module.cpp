@@ -556,6 +556,8 @@ void modbus_module::connect()
         d->io->call([&] {
             if (d->idle)
                 d->idle->stop();
+            if (d->link)
+                d->link->check_open();
             connected = d->link && d->link->is_open();
         });
         if (connected)
