@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QSpinBox>
+#include <QValidator>
 
 #include <iterator>
 #include <optional>
@@ -44,7 +45,9 @@ form_session::form_session(ui_controller* form, const widget_map* widgets,
     , _widgets(widgets)
     , _hints(hints)
     , _format([](uint32_t, const QVariant& value) { return value.toString(); })
-{}
+{
+    connect(_form, &ui_controller::on_data_changed, this, &form_session::_take_entry);
+}
 
 form_session::~form_session() = default;
 
@@ -175,6 +178,66 @@ void form_session::_two_states(uint32_t id)
         static_cast<QAbstractSpinBox*>(widget)->setSpecialValueText(QString());
 }
 
+bool form_session::_holds_no_value(uint32_t id) const
+{
+    const widget_type_e type = _widgets->value(id).first;
+    QObject* widget = _widget_of(id);
+    if (widget && type == checkbox)
+        return static_cast<QCheckBox*>(widget)->isTristate();
+    if (widget && (type == spinbox || type == doublespinbox || type == datetimeedit))
+        return !static_cast<QAbstractSpinBox*>(widget)->specialValueText().isEmpty();
+    return false;
+}
+
+bool form_session::_typed_value(const QWidget* box) const
+{
+    if (box != _entry_box || _entry_text.trimmed().isEmpty())
+        return false;
+    QString text = _entry_text;
+    int position = 0;
+    return static_cast<const QAbstractSpinBox*>(box)->validate(text, position) == QValidator::Acceptable;
+}
+
+void form_session::_take_entry(uint32_t id)
+{
+    // A change to a field that held no value. A spin box that still shows blank (Qt takes Enter
+    // as a change even of an unchanged value) holds a value only where the user typed one.
+    if (!_holds_no_value(id))
+        return;
+    const widget_type_e type = _widgets->value(id).first;
+    if (type != checkbox) {
+        auto* box = static_cast<QAbstractSpinBox*>(_widget_of(id));
+        if (box->text() == box->specialValueText() && !_typed_value(box)) {
+            _form->remove_changed_parameter(id);
+            _form->set_hint_for_changed_value(id, false, QString());
+            return;
+        }
+    }
+    _two_states(id);
+}
+
+void form_session::_watch_entries(uint32_t id, QWidget* box)
+{
+    if (_watched.contains(box))
+        return;
+    _watched.insert(box);
+    connect(box, &QObject::destroyed, this, [this, box] { _watched.remove(box); });
+    if (auto* edit = box->findChild<QLineEdit*>())
+        connect(edit, &QLineEdit::textEdited, this, [this, box](const QString& text) {
+            _entry_box = box;
+            _entry_text = text;
+        });
+    // Leaving the field takes the text without a change where it means the lowest value.
+    connect(static_cast<QAbstractSpinBox*>(box), &QAbstractSpinBox::editingFinished, this, [this, id, box] {
+        const bool typed = _typed_value(box);
+        _entry_box = nullptr;
+        if (typed && _holds_no_value(id)) {
+            _two_states(id);
+            _form->add_changed_parameter(id);
+        }
+    });
+}
+
 void form_session::show_no_values()
 {
     // Written as the device's values are, not as edits.
@@ -196,18 +259,21 @@ void form_session::show_no_values()
             auto* box = static_cast<QSpinBox*>(widget);
             box->setSpecialValueText(QStringLiteral(" "));
             box->setValue(box->minimum());
+            _watch_entries(it.key(), box);
             break;
         }
         case doublespinbox: {
             auto* box = static_cast<QDoubleSpinBox*>(widget);
             box->setSpecialValueText(QStringLiteral(" "));
             box->setValue(box->minimum());
+            _watch_entries(it.key(), box);
             break;
         }
         case datetimeedit: {
             auto* edit = static_cast<QDateTimeEdit*>(widget);
             edit->setSpecialValueText(QStringLiteral(" "));
             edit->setDateTime(edit->minimumDateTime());
+            _watch_entries(it.key(), edit);
             break;
         }
         case combobox:
@@ -256,7 +322,22 @@ void form_session::reconfigure(const std::function<void()>& change)
 
 QVector<uint32_t> form_session::apply_values(const QMap<uint32_t, QVariant>& values)
 {
+    // A field that held no value takes the loaded one as a value, even one that equals what its
+    // blank state held, which an edit that changes nothing would not record.
+    QVector<uint32_t> filled;
+    const bool loading = _form->get_loading_data();
+    _form->set_loading_data(true);
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        if (!_holds_no_value(it.key()))
+            continue;
+        _two_states(it.key());
+        _form->set_data(it.key(), it.value());
+        filled.append(it.key());
+    }
+    _form->set_loading_data(loading);
     const QVector<uint32_t> unbound = apply_as_changes(*_form, *_widgets, values);
+    for (const uint32_t id : filled)
+        _form->add_changed_parameter(id);
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
         // A loaded value that equals the device's is no change: the field settles again.
         const auto device = _device.constFind(it.key());

@@ -9,6 +9,8 @@
 #include <QMap>
 #include <QObject>
 #include <QPair>
+#include <QSet>
+#include <QString>
 #include <QVariant>
 #include <QVector>
 
@@ -137,7 +139,9 @@ public:
 
     /**
      * Applies @p values (from a parameter file) as the user's edits: each value that differs from
-     * its field becomes pending, and one that equals the device's value is no change.
+     * its field becomes pending, and one that equals the device's value is no change. A field
+     * that showed no value takes its value as a pending change even where it equals what the
+     * blank field held (a spin box's lowest value, a half-checked box's false).
      * @return the ids the form does not bind; their values were left alone
      * @see apply_as_changes()
      */
@@ -164,6 +168,10 @@ public Q_SLOTS:
      * values as usual again from their first one), line edits and labels empty, a combo box with
      * nothing chosen, a progress bar reset. Call it
      * once the form is built; discard_changes() and reconfigure() keep it so afterwards.
+     *
+     * What the user enters into such a field is a value like any other, shown as one: the lowest
+     * value typed into a blank spin box too, taken with Enter or by leaving the field. A blank
+     * spin box left blank, Enter pressed in it included, stays without a value.
      */
     void show_no_values();
 
@@ -186,6 +194,10 @@ private:
     void _show(uint32_t id, const QVariant& value);
     void _settle(uint32_t id, bool tell = true);
     void _two_states(uint32_t id);
+    bool _holds_no_value(uint32_t id) const;
+    void _take_entry(uint32_t id);
+    void _watch_entries(uint32_t id, QWidget* box);
+    bool _typed_value(const QWidget* box) const;
     QObject* _widget_of(uint32_t id) const;
 
     ui_controller* _form;
@@ -194,6 +206,12 @@ private:
     QMap<uint32_t, QVariant> _device;
     std::function<QString(uint32_t, const QVariant&)> _format;
     bool _edits_kept = false;
+    // Blank spin boxes whose typing is watched, and the text last typed into one of them: once
+    // Qt took the text, a blank box shows blank again whether the user typed its lowest value or
+    // nothing at all.
+    QSet<const QObject*> _watched;
+    const QObject* _entry_box = nullptr;
+    QString _entry_text;
 };
 
 } // namespace qz::gui

@@ -187,6 +187,21 @@ private slots:
         check_form_matches_device("after the first read");
     }
 
+    void the_lowest_value_typed_before_the_first_read_is_written()
+    {
+        QSpinBox* gain = window().gain_field();
+        const int lowest = gain->minimum();
+        QVERIFY(_module->stored(dc::id_gain) != QVariant(lowest));
+        retype(gain, QString::number(lowest));
+        QTest::keyClick(gain, Qt::Key_Return);
+        QCOMPARE(window().pending_ids(), QVector<uint32_t>{dc::id_gain});
+        QCOMPARE(gain->cleanText(), QString::number(lowest));
+        write();
+        QCOMPARE(_module->stored(dc::id_gain), QVariant(lowest));
+        QVERIFY(window().pending_ids().isEmpty());
+        QCOMPARE(gain->cleanText(), QString::number(lowest));
+    }
+
     void a_failure_line_says_what_the_device_said()
     {
         // A device of its own, without the Device menu's faults, which are set anew per operation.

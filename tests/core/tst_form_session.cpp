@@ -107,6 +107,63 @@ private slots:
         QCOMPARE(f.check->checkState(), Qt::Unchecked);
     }
 
+    void the_lowest_value_entered_into_a_field_never_read_is_a_change()
+    {
+        qz::test::form f;
+        f.show();
+        ui_controller form(&f.widgets, &f.hints);
+        form_session session(&form, &f.widgets, &f.hints);
+        session.show_no_values();
+        // Typed and then taken back: the field still holds nothing.
+        retype(f.spin, QStringLiteral("0"));
+        QTest::keyClick(f.spin, Qt::Key_Backspace);
+        QTest::keyClick(f.spin, Qt::Key_Return);
+        QVERIFY(session.pending_ids().isEmpty());
+        QCOMPARE(f.spin->text().trimmed(), QString());
+        // The lowest value typed, taken with Enter: a change like any other, shown as a number.
+        retype(f.spin, QStringLiteral("0"));
+        QTest::keyClick(f.spin, Qt::Key_Return);
+        QCOMPARE(session.pending_ids(), QVector<uint32_t>{id_spin});
+        QCOMPARE(f.spin->text(), QStringLiteral("0"));
+        // Taken by leaving the field.
+        retype(f.dspin, QStringLiteral("0"));
+        f.line->setFocus();
+        QCOMPARE(session.pending_ids(), (QVector<uint32_t>{id_spin, id_double}));
+        QCOMPARE(f.dspin->text(), QStringLiteral("0.00"));
+        // Stepped up and back down to the lowest value: shown, not blank.
+        session.discard_changes();
+        QCOMPARE(f.spin->text().trimmed(), QString());
+        f.spin->setFocus();
+        QTest::keyClick(f.spin, Qt::Key_Up);
+        QTest::keyClick(f.spin, Qt::Key_Down);
+        QCOMPARE(session.pending_ids(), QVector<uint32_t>{id_spin});
+        QCOMPARE(f.spin->text(), QStringLiteral("0"));
+        QCOMPARE(session.shown_values(), (QMap<uint32_t, QVariant>{{id_spin, 0}}));
+        // Discarded, the fields hold nothing again.
+        session.discard_changes();
+        QVERIFY(session.pending_ids().isEmpty());
+        QCOMPARE(f.spin->text().trimmed(), QString());
+        QCOMPARE(f.dspin->text().trimmed(), QString());
+    }
+
+    void a_loaded_value_fills_a_field_never_read_even_where_it_equals_its_blank()
+    {
+        qz::test::form f;
+        f.show();
+        ui_controller form(&f.widgets, &f.hints);
+        form_session session(&form, &f.widgets, &f.hints);
+        session.show_no_values();
+        const QMap<uint32_t, QVariant> file{{id_check, false}, {id_spin, 0}, {id_double, 0.0}};
+        QVERIFY(session.apply_values(file).isEmpty());
+        QCOMPARE(session.pending_ids(), (QVector<uint32_t>{id_check, id_spin, id_double}));
+        QCOMPARE(f.check->checkState(), Qt::Unchecked);
+        QCOMPARE(f.spin->text(), QStringLiteral("0"));
+        QCOMPARE(f.dspin->text(), QStringLiteral("0.00"));
+        QCOMPARE(session.shown_values(), file);
+        QCOMPARE(session.pending_changes(),
+                 (QVector<QPair<uint32_t, QVariant>>{{id_check, false}, {id_spin, 0}, {id_double, 0.0}}));
+    }
+
     void values_from_the_device_fill_the_form_without_changes()
     {
         QCOMPARE(_f->spin->value(), 12);
