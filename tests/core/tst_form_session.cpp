@@ -17,6 +17,15 @@ using qz::gui::form_session;
 using qz::gui::ui_controller;
 using namespace qz::test;
 
+// A form of its own that no value of the device's reached yet: the test's usual form starts read.
+struct blank_form {
+    qz::test::form f;
+    ui_controller form{&f.widgets, &f.hints};
+    form_session session{&form, &f.widgets, &f.hints};
+
+    blank_form() { session.show_no_values(); }
+};
+
 class tst_form_session : public QObject {
     Q_OBJECT
 
@@ -67,12 +76,10 @@ private slots:
 
     void a_field_never_read_shows_no_value_even_after_a_discard()
     {
-        // A form of its own: the others start read.
-        qz::test::form f;
+        blank_form blank;
+        qz::test::form& f = blank.f;
+        form_session& session = blank.session;
         f.show();
-        ui_controller form(&f.widgets, &f.hints);
-        form_session session(&form, &f.widgets, &f.hints);
-        session.show_no_values();
         QCOMPARE(f.check->checkState(), Qt::PartiallyChecked);
         QCOMPARE(f.line->text(), QString());
         QCOMPARE(f.spin->text().trimmed(), QString());
@@ -109,11 +116,10 @@ private slots:
 
     void the_lowest_value_entered_into_a_field_never_read_is_a_change()
     {
-        qz::test::form f;
+        blank_form blank;
+        qz::test::form& f = blank.f;
+        form_session& session = blank.session;
         f.show();
-        ui_controller form(&f.widgets, &f.hints);
-        form_session session(&form, &f.widgets, &f.hints);
-        session.show_no_values();
         // Typed and then taken back: the field still holds nothing.
         retype(f.spin, QStringLiteral("0"));
         QTest::keyClick(f.spin, Qt::Key_Backspace);
@@ -148,11 +154,10 @@ private slots:
 
     void a_loaded_value_fills_a_field_never_read_even_where_it_equals_its_blank()
     {
-        qz::test::form f;
+        blank_form blank;
+        qz::test::form& f = blank.f;
+        form_session& session = blank.session;
         f.show();
-        ui_controller form(&f.widgets, &f.hints);
-        form_session session(&form, &f.widgets, &f.hints);
-        session.show_no_values();
         const QMap<uint32_t, QVariant> file{{id_check, false}, {id_spin, 0}, {id_double, 0.0}};
         QVERIFY(session.apply_values(file).isEmpty());
         QCOMPARE(session.pending_ids(), (QVector<uint32_t>{id_check, id_spin, id_double}));
