@@ -66,12 +66,8 @@ public:
     /// Ends the event loop and waits until the worker is gone; does nothing the second time.
     void finish()
     {
-        {
-            // Whatever this thread did to the worker comes before this, and so before its deletion.
-            std::lock_guard<std::mutex> guard(_lock);
-            _letting_go = true;
-            _changed.notify_all();
-        }
+        // Whatever this thread did to the worker comes before this, and so before its deletion.
+        _raise(_letting_go);
         quit();
         std::unique_lock<std::mutex> lock(_lock);
         _changed.wait(lock, [this] { return _ended; });
@@ -82,11 +78,7 @@ public:
 protected:
     void run() override
     {
-        {
-            std::lock_guard<std::mutex> guard(_lock);
-            _running = true;
-            _changed.notify_all();
-        }
+        _raise(_running);
         exec();
         {
             // An event loop ended by anyone else keeps the worker until finish() lets go of it.
@@ -95,12 +87,18 @@ protected:
         }
         delete _fences;
         delete _worker;
-        std::lock_guard<std::mutex> guard(_lock);
-        _ended = true;
-        _changed.notify_all();
+        _raise(_ended);
     }
 
 private:
+    // Sets @p flag under the lock and wakes whoever waits for it.
+    void _raise(bool& flag)
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        flag = true;
+        _changed.notify_all();
+    }
+
     // Counts the fences that reached the worker's thread.
     class fence_receiver : public QObject {
     public:
