@@ -80,10 +80,12 @@ public:
         });
         QObject::connect(&_socket, &QAbstractSocket::errorOccurred, this,
                          [this](QAbstractSocket::SocketError e) {
-                             // Only check_open()'s look that waits for nothing times out: requests keep their
-                             // own time.
-                             if (e != QAbstractSocket::SocketTimeoutError)
-                                 _fail(_socket.errorString());
+                             // An open connection times out only in check_open(): requests keep
+                             // their own time.
+                             if (e == QAbstractSocket::SocketTimeoutError
+                                 && _socket.state() == QAbstractSocket::ConnectedState)
+                                 return;
+                             _fail(_socket.errorString());
                          });
         QObject::connect(&_socket, &QTcpSocket::disconnected, this,
                          [this] { _fail(QStringLiteral("the device closed the connection")); });
