@@ -57,7 +57,8 @@ void form_session::connect_worker(const sat_worker* worker)
     connect(worker, &sat_worker::on_set_param, this, &form_session::confirm_written);
     connect(worker, &sat_worker::on_operation_control, this,
             [this](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
-                if (status == sat_worker::status_begin)
+                // While polling, sweeps begin all the time: the application says when its own do.
+                if (status == sat_worker::status_begin && !_polling)
                     begin_operation();
             });
 }
@@ -100,7 +101,10 @@ void form_session::show_device_value(uint32_t id, const QVariant& value)
     const bool news = known == _device.constEnd() || *known != value;
     _device.insert(id, value);
     _two_states(id);
-    if (_edits_kept && is_pending(id)) {
+    // While polling, the field's read worked: its failure, if any, is over.
+    if (_polling)
+        _end_failure(id);
+    if (_polling && is_pending(id)) {
         // Noted, not shown: the user's edit stays. Said again only when the device's value changes.
         _settle(id, news);
         return;
@@ -108,14 +112,14 @@ void form_session::show_device_value(uint32_t id, const QVariant& value)
     _show(id, value);
 }
 
-void form_session::set_edits_kept(bool kept)
+void form_session::set_polling(bool polling)
 {
-    _edits_kept = kept;
+    _polling = polling;
 }
 
-bool form_session::edits_kept() const
+bool form_session::is_polling() const
 {
-    return _edits_kept;
+    return _polling;
 }
 
 void form_session::confirm_written(uint32_t id, const QVariant& value)
@@ -131,7 +135,18 @@ void form_session::confirm_written(uint32_t id, const QVariant& value)
 
 void form_session::mark_failed(uint32_t id, const QString& text)
 {
+    // The same failure again (every sweep while polling) is shown already: no tool tip again.
+    const auto shown = _failures.constFind(id);
+    if (shown != _failures.constEnd() && *shown == text)
+        return;
+    _failures.insert(id, text);
     _form->set_hint_for_error(id, true, text);
+}
+
+void form_session::_end_failure(uint32_t id)
+{
+    _failures.remove(id);
+    _form->set_hint_for_error(id, false, QString());
 }
 
 void form_session::discard_changes()
@@ -297,6 +312,7 @@ void form_session::show_no_values()
 
 void form_session::begin_operation()
 {
+    _failures.clear();
     if (!_hints)
         return;
     for (auto it = _hints->cbegin(); it != _hints->cend(); ++it)

@@ -32,7 +32,7 @@ class sat_worker;
  *
  * The rules:
  * - A value from the device (a read) replaces what its field shows, an edit included (unless
- *   set_edits_kept() says otherwise, as while polling); a read replaces only the ids it read.
+ *   set_polling() says otherwise); a read replaces only the ids it read.
  *   Where a pending field cannot show the device's value, the edit stays, and on_pending_kept()
  *   says so.
  * - A confirmed write settles its field, unless the user edited the field again while the write
@@ -40,7 +40,7 @@ class sat_worker;
  *   what the device now holds.
  * - Failures and stops change nothing in the form: edits stay pending for the next write. A
  *   failed id gets an error hint (mark_failed()); error hints last until the next operation
- *   begins.
+ *   begins, or while polling until the field's value comes.
  * - Where the field cannot show the device's value (a profile's range, decimals or items), the
  *   field shows the nearest it can, always as a pending change: on_pending_kept() says so where
  *   an edit or a profile switch made it differ, on_value_not_shown() where the field already
@@ -119,16 +119,21 @@ public:
     void set_value_formatter(std::function<QString(uint32_t id, const QVariant& value)> format);
 
     /**
-     * While @p kept is true, a value read from the device no longer replaces a pending edit: the
-     * device's value is noted, the field keeps the user's value, pending, and on_pending_kept()
-     * comes only when the device's value changes. For reads that come by themselves (polling),
-     * which would otherwise take an edit from under the user's hands before it is written.
-     * Fields without an edit show the device's values as before; discard_changes() still gives
-     * pending fields the device's value back. Off by default.
+     * While @p polling is true, reads come by themselves (a poller's sweeps), and two rules change
+     * so that they do not undo what the user sees:
+     * - A value read from the device no longer replaces a pending edit, which a sweep would
+     *   otherwise take from under the user's hands before it is written: the device's value is
+     *   noted, the field keeps the user's value, pending, and on_pending_kept() comes only when the
+     *   device's value changes. Fields without an edit show the device's values as before;
+     *   discard_changes() still gives pending fields the device's value back.
+     * - An operation's beginning no longer ends error hints, as a sweep begins every interval: a
+     *   field's error hint ends when its value next comes, and all of them at begin_operation(),
+     *   which the application calls as it makes a request of its own.
+     * Off by default.
      */
-    void set_edits_kept(bool kept);
-    /// @return whether reads keep pending edits (set_edits_kept())
-    bool edits_kept() const;
+    void set_polling(bool polling);
+    /// @return whether reads come by themselves (set_polling())
+    bool is_polling() const;
 
     /**
      * Runs @p change, a change of the form that is not the user's (switching a widget profile):
@@ -154,7 +159,10 @@ public Q_SLOTS:
     /// The device confirmed the write of @p value for @p id.
     void confirm_written(uint32_t id, const QVariant& value);
 
-    /// Reading or writing @p id failed: marks its field with an error hint showing @p text.
+    /**
+     * Reading or writing @p id failed: marks its field with an error hint showing @p text. The same
+     * failure of a field already marked (a sweep after sweep) changes nothing.
+     */
     void mark_failed(uint32_t id, const QString& text);
 
     /// Puts every pending field back to the device's value where the field can show it.
@@ -194,6 +202,7 @@ private:
     void _show(uint32_t id, const QVariant& value);
     void _settle(uint32_t id, bool tell = true);
     void _two_states(uint32_t id);
+    void _end_failure(uint32_t id);
     bool _holds_no_value(uint32_t id) const;
     void _take_entry(uint32_t id);
     void _watch_entries(uint32_t id, QWidget* box);
@@ -205,7 +214,8 @@ private:
     const QMap<uint32_t, QWidget*>* _hints;
     QMap<uint32_t, QVariant> _device;
     std::function<QString(uint32_t, const QVariant&)> _format;
-    bool _edits_kept = false;
+    bool _polling = false;
+    QMap<uint32_t, QString> _failures; // the error hints shown, by id
     // Blank spin boxes whose typing is watched, and the text last typed into one of them: once
     // Qt took the text, a blank box shows blank again whether the user typed its lowest value or
     // nothing at all.

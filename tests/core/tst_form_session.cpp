@@ -215,12 +215,12 @@ private slots:
         QCOMPARE(kept[0], (QVariantList{uint(id_spin), 20, 150}));
     }
 
-    void while_edits_are_kept_reads_leave_pending_fields_alone()
+    void while_polling_reads_leave_pending_fields_alone()
     {
         QSignalSpy kept(_session.get(), &form_session::on_pending_kept);
-        QVERIFY(!_session->edits_kept());
-        _session->set_edits_kept(true);
-        QVERIFY(_session->edits_kept());
+        QVERIFY(!_session->is_polling());
+        _session->set_polling(true);
+        QVERIFY(_session->is_polling());
         retype(_f->spin, QStringLiteral("20"));
         retype(_f->line, QStringLiteral("tank"));
         // The same value as before: nothing to say.
@@ -250,7 +250,7 @@ private slots:
         QCOMPARE(_f->line->text(), QStringLiteral("well"));
         QVERIFY(pending().isEmpty());
         // Off again: a read replaces an edit.
-        _session->set_edits_kept(false);
+        _session->set_polling(false);
         retype(_f->spin, QStringLiteral("40"));
         _session->show_device_value(id_spin, 30);
         QCOMPARE(_f->spin->value(), 30);
@@ -407,6 +407,73 @@ private slots:
         QCOMPARE(module.stored(id_spin), QVariant(20));
         QCOMPARE(_session->device_values().value(id_spin), QVariant(20));
         QVERIFY(!underlined(id_spin));
+        thread.finish();
+    }
+
+    void the_same_failure_again_leaves_its_hint_as_it_is()
+    {
+        // Counts the style changes of a hint: each marking or clearing is one.
+        struct style_changes : QObject {
+            int count = 0;
+            bool eventFilter(QObject*, QEvent* event) override
+            {
+                count += event->type() == QEvent::StyleChange ? 1 : 0;
+                return false;
+            }
+        } changes;
+        _f->hint(id_spin)->installEventFilter(&changes);
+        _session->mark_failed(id_spin, QStringLiteral("no answer"));
+        QVERIFY(marked_failed(id_spin));
+        const int marked = changes.count;
+        QVERIFY(marked > 0);
+        _session->mark_failed(id_spin, QStringLiteral("no answer"));
+        QCOMPARE(changes.count, marked);
+        // Another failure is shown; after an operation began, the same one is shown again.
+        _session->mark_failed(id_spin, QStringLiteral("checksum"));
+        QVERIFY(changes.count > marked);
+        _session->begin_operation();
+        QVERIFY(!marked_failed(id_spin));
+        _session->mark_failed(id_spin, QStringLiteral("checksum"));
+        QVERIFY(marked_failed(id_spin));
+    }
+
+    void while_polling_an_error_hint_lasts_until_its_fields_value_comes()
+    {
+        temporary_settings settings;
+        qz::sim::simulated_module module;
+        module.store(id_spin, 7);
+        module.store(id_line, QStringLiteral("from device"));
+        test_worker worker(nullptr, &module);
+        event_thread thread;
+        worker.moveToThread(&thread);
+        _session->connect_worker(&worker);
+        thread.begin();
+
+        // The operation's end arrives here after its beginning, queued, as the session sees both.
+        int ended = 0;
+        connect(&worker, &sat_worker::on_operation_control, this,
+                [&ended](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
+                    ended += status == sat_worker::status_end ? 1 : 0;
+                });
+        _session->set_polling(true);
+        _session->mark_failed(id_line, QStringLiteral("read failed"));
+        _session->mark_failed(id_spin, QStringLiteral("write failed"));
+        // A sweep of the line edit begins and reads it: only its own hint goes.
+        emit worker.get_params({id_line});
+        QTRY_COMPARE_WITH_TIMEOUT(_f->line->text(), QStringLiteral("from device"), 30000);
+        QVERIFY(!marked_failed(id_line));
+        QVERIFY(marked_failed(id_spin));
+        QTRY_COMPARE_WITH_TIMEOUT(ended, 1, 30000);
+        QVERIFY(marked_failed(id_spin));
+        // The application's own request ends them all.
+        _session->begin_operation();
+        QVERIFY(!marked_failed(id_spin));
+
+        // No longer polling: an operation's beginning ends every hint again.
+        _session->set_polling(false);
+        _session->mark_failed(id_spin, QStringLiteral("write failed"));
+        emit worker.get_params({id_line});
+        QTRY_VERIFY_WITH_TIMEOUT(!marked_failed(id_spin), 30000);
         thread.finish();
     }
 };

@@ -331,6 +331,52 @@ private slots:
         monitor->stop();
     }
 
+    void a_polled_field_that_fails_stays_marked_from_sweep_to_sweep()
+    {
+        device_process device;
+        QVERIFY(device.start(_map, QStringLiteral("tcp://127.0.0.1:0"), {"--exception", "holding:8=2"}));
+        auto window = _open(device);
+        QLabel* hint = nullptr;
+        for (QLabel* label : window->findChildren<QLabel*>())
+            hint = label->buddy() == window->field(3) ? label : hint;
+        QVERIFY(hint);
+        // Counts the moments the hint shows no failure once it showed one.
+        struct unmarked_watch : QObject {
+            bool marked = false;
+            int unmarked = 0;
+            bool eventFilter(QObject* watched, QEvent* event) override
+            {
+                if (event->type() == QEvent::StyleChange) {
+                    const bool red =
+                        static_cast<QWidget*>(watched)->styleSheet().contains(QLatin1String("red"));
+                    unmarked += marked && !red ? 1 : 0;
+                    marked = marked || red;
+                }
+                return false;
+            }
+        } watch;
+        hint->installEventFilter(&watch);
+        qz::panel::monitor_tab* monitor = window->monitor();
+        monitor->set_ticked({3, 4});
+        monitor->set_interval(100);
+        QCOMPARE(monitor->start(), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(watch.marked, 30000);
+        // Sweep after sweep, the gain fails again and the frequency comes: the mark stays.
+        const auto sweeps = [monitor] {
+            return monitor->history().samples(4, 0, std::numeric_limits<qint64>::max()).size();
+        };
+        const auto first = sweeps();
+        QTRY_VERIFY_WITH_TIMEOUT(sweeps() >= first + 5, 30000);
+        QCOMPARE(watch.unmarked, 0);
+        QVERIFY(hint->styleSheet().contains(QLatin1String("red")));
+        monitor->stop();
+        // The user's own Read begins anew: the mark goes, and comes back with the failure.
+        window->read_all();
+        QCOMPARE(watch.unmarked, 1);
+        QTRY_VERIFY_WITH_TIMEOUT(!window->is_busy(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(hint->styleSheet().contains(QLatin1String("red")), 30000);
+    }
+
     void the_form_keeps_stale_values_while_the_device_is_lost()
     {
         auto device = std::make_unique<device_process>();

@@ -137,10 +137,11 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     });
     // Sweep after sweep would bury everything else in the log: while monitoring, it keeps to the
     // device lost and back, per-parameter failures of writes, and the values written.
-    // Sweeps read the polled fields again and again: an edit stays until it is written or discarded.
+    // Sweeps read the polled fields again and again: an edit stays until it is written or
+    // discarded, and a failure's hint until the field's value comes or the user asks again.
     connect(_monitor, &monitor_tab::activity_changed, this, [this](bool active) {
         _report_log->set_enabled(!active);
-        _session->set_edits_kept(active);
+        _session->set_polling(active);
     });
     _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
     resize(900, 800);
@@ -286,6 +287,7 @@ void panel_window::read_all()
     if (_busy || !_worker)
         return;
     _set_busy(true);
+    _session->begin_operation();
     emit _worker->get_params(_map.ids());
 }
 
@@ -305,6 +307,7 @@ void panel_window::write_changes()
             change.second = QVariant(change.second.toUInt());
     }
     _set_busy(true);
+    _session->begin_operation();
     emit _worker->set_params(changes);
 }
 
