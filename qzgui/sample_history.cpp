@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 namespace qz::gui {
@@ -118,43 +119,60 @@ QVector<QPointF> sample_history::decimated(uint32_t id, qint64 from_ms, qint64 t
     const auto column_of = [&](qint64 time) {
         return std::min(columns - 1, int(std::floor(double(time - from_ms) * columns / width)));
     };
+    // A time before which a sample surely lies in column @p c still: the column's arithmetic is
+    // done once a column, not once a sample. A millisecond early, against rounding.
+    const auto column_end = [&](int c) { return from_ms + qint64(double(c + 1) * width / columns) - 1; };
 
-    // One stretch of samples in one column, between gaps: the positions of its first, lowest,
-    // highest and last sample, written out in time order once the stretch ends.
-    using iterator = std::deque<sample_t>::const_iterator;
-    iterator first = end, low = end, high = end, last = end;
+    // One stretch of samples in one column, between gaps: its first, lowest, highest and last
+    // sample, each with its place in the series, written out in time order once the stretch ends.
+    struct kept_t {
+        std::size_t at;
+        qint64 time;
+        double value;
+    };
+    kept_t first{}, low{}, high{}, last{};
+    bool open = false;
     const auto flush = [&] {
-        if (first == end)
+        if (!open)
             return;
-        iterator kept[] = {first, low, high, last};
-        std::sort(std::begin(kept), std::end(kept));
-        const iterator* stop = std::unique(std::begin(kept), std::end(kept));
-        for (const iterator* k = std::begin(kept); k != stop; ++k)
-            points.append(QPointF(double(series->time(**k)), (*k)->value));
-        first = low = high = last = end;
+        kept_t kept[] = {first, low, high, last};
+        std::sort(std::begin(kept), std::end(kept),
+                  [](const kept_t& a, const kept_t& b) { return a.at < b.at; });
+        const kept_t* stop = std::unique(std::begin(kept), std::end(kept),
+                                         [](const kept_t& a, const kept_t& b) { return a.at == b.at; });
+        for (const kept_t* k = std::begin(kept); k != stop; ++k)
+            points.append(QPointF(double(k->time), k->value));
+        open = false;
     };
     int column = -1;
-    for (iterator it = begin; it != end; ++it) {
+    qint64 boundary = std::numeric_limits<qint64>::min();
+    std::size_t at = 0;
+    for (auto it = begin; it != end; ++it, ++at) {
         const qint64 time = series->time(*it);
-        const int c = column_of(time);
-        if (c != column) {
-            flush();
-            column = c;
+        if (time >= boundary) {
+            const int c = column_of(time);
+            if (c != column) {
+                flush();
+                column = c;
+            }
+            boundary = column_end(c);
         }
-        if (std::isnan(it->value)) {
+        const double value = it->value;
+        if (std::isnan(value)) {
             flush();
-            points.append(QPointF(double(time), it->value));
+            points.append(QPointF(double(time), value));
             continue;
         }
-        if (first == end) {
-            first = low = high = last = it;
+        if (!open) {
+            first = low = high = last = {at, time, value};
+            open = true;
             continue;
         }
-        if (it->value < low->value)
-            low = it;
-        if (it->value > high->value)
-            high = it;
-        last = it;
+        if (value < low.value)
+            low = {at, time, value};
+        if (value > high.value)
+            high = {at, time, value};
+        last = {at, time, value};
     }
     flush();
     return points;

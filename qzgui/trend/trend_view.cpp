@@ -143,7 +143,7 @@ struct trend_view::private_t {
         right_axis->setVisible(!right_units.isEmpty());
     }
 
-    /// Draws @p points, gaps as NaN, as one series per stretch between gaps.
+    /// Draws @p points, gaps as NaN, as one series per stretch between gaps, into emptied pieces.
     void draw(line_t& line, const QVector<QPointF>& points)
     {
         int piece = 0;
@@ -167,9 +167,8 @@ struct trend_view::private_t {
             }
         }
         flush();
-        // Pieces of earlier stretches the line no longer has stay, empty, for the next redraw.
-        for (int i = piece; i < line.pieces.size(); ++i)
-            line.pieces[i]->clear();
+        // Pieces of earlier stretches the line no longer has stay as refresh() left them, empty,
+        // for the next redraw.
     }
 
     /// @return the value of @p id at @p time: its last sample at or before it, NaN after a gap or none
@@ -334,16 +333,23 @@ void trend_view::refresh()
     _d->columns = static_cast<int>(plot.width());
     const int columns = std::max(_d->columns, 1);
 
+    // The lines are emptied before the axes move: Qt Charts then works out each line's geometry
+    // for its new points only, not for its old ones at every change of a range as well.
     value_range_t left;
     value_range_t right;
+    std::vector<QVector<QPointF>> points;
+    points.reserve(_d->lines.size());
     for (line_t& line : _d->lines) {
-        const QVector<QPointF> points = _d->history->decimated(line.parameter.id, _d->from, _d->to, columns);
-        (line.right ? right : left).take(points);
-        _d->draw(line, points);
+        points.push_back(_d->history->decimated(line.parameter.id, _d->from, _d->to, columns));
+        (line.right ? right : left).take(points.back());
+        for (QLineSeries* piece : line.pieces)
+            piece->clear();
     }
     _d->time_axis->setRange(QDateTime::fromMSecsSinceEpoch(_d->from), QDateTime::fromMSecsSinceEpoch(_d->to));
     left.apply_to(_d->left_axis);
     right.apply_to(_d->right_axis);
+    for (size_t i = 0; i < points.size(); ++i)
+        _d->draw(_d->lines[i], points[i]);
     // A value label needs about 40 pixels of height: fewer ticks on a low plot, or Qt Charts cuts
     // every label to "...".
     const int ticks = std::clamp(int(plot.height() / 40) + 1, 2, 9);

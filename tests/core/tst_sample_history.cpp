@@ -199,11 +199,16 @@ private slots:
         QTest::addColumn<int>("samples");
         QTest::addColumn<int>("columns");
         QTest::addColumn<int>("gaps_per_mille");
-        QTest::newRow("dense") << 20000 << 300 << 0;
-        QTest::newRow("dense with gaps") << 20000 << 300 << 5;
-        QTest::newRow("sparse") << 50 << 800 << 50;
-        QTest::newRow("one column") << 1000 << 1 << 10;
-        QTest::newRow("many gaps") << 5000 << 100 << 300;
+        QTest::addColumn<int>("shortest_step");
+        QTest::addColumn<int>("longest_step");
+        QTest::newRow("dense") << 20000 << 300 << 0 << 1 << 201;
+        QTest::newRow("dense with gaps") << 20000 << 300 << 5 << 1 << 201;
+        QTest::newRow("sparse") << 50 << 800 << 50 << 1 << 201;
+        QTest::newRow("one column") << 1000 << 1 << 10 << 1 << 201;
+        QTest::newRow("many gaps") << 5000 << 100 << 300 << 1 << 201;
+        // Samples a millisecond apart or at one time, and columns narrower than a millisecond.
+        QTest::newRow("equal times") << 20000 << 300 << 5 << 0 << 2;
+        QTest::newRow("columns under a millisecond") << 20000 << 3000 << 5 << 0 << 1;
     }
 
     void decimated_is_the_brute_force_reduction()
@@ -211,12 +216,14 @@ private slots:
         QFETCH(int, samples);
         QFETCH(int, columns);
         QFETCH(int, gaps_per_mille);
+        QFETCH(int, shortest_step);
+        QFETCH(int, longest_step);
         QRandomGenerator random(uint(samples * 31 + columns));
         sample_history history(std::numeric_limits<qint64>::max() / 4);
         qint64 t = 1700000000000;
         double value = 0;
         for (int i = 0; i < samples; ++i) {
-            t += 1 + random.bounded(200);
+            t += shortest_step + random.bounded(longest_step - shortest_step + 1);
             if (int(random.bounded(1000)) < gaps_per_mille) {
                 history.add_gap(1, t);
                 continue;
