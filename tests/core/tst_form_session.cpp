@@ -17,6 +17,25 @@ using qz::gui::form_session;
 using qz::gui::ui_controller;
 using namespace qz::test;
 
+// A device holding 7 and "from device", and its worker in a thread of its own, which @p session
+// follows.
+struct threaded_device {
+    temporary_settings settings;
+    qz::sim::simulated_module module;
+    test_worker worker{nullptr, &module};
+    event_thread thread;
+
+    explicit threaded_device(form_session& session)
+    {
+        module.store(id_spin, 7);
+        module.store(id_line, QStringLiteral("from device"));
+        worker.moveToThread(&thread);
+        session.connect_worker(&worker);
+        thread.begin();
+    }
+    ~threaded_device() { thread.finish(); }
+};
+
 // A form of its own that no value of the device's reached yet: the test's usual form starts read.
 struct blank_form {
     qz::test::form f;
@@ -384,15 +403,9 @@ private slots:
 
     void a_worker_in_its_own_thread_keeps_the_form_in_step()
     {
-        temporary_settings settings;
-        qz::sim::simulated_module module;
-        module.store(id_spin, 7);
-        module.store(id_line, QStringLiteral("from device"));
-        test_worker worker(nullptr, &module);
-        event_thread thread;
-        worker.moveToThread(&thread);
-        _session->connect_worker(&worker);
-        thread.begin();
+        threaded_device device(*_session);
+        test_worker& worker = device.worker;
+        qz::sim::simulated_module& module = device.module;
 
         _session->mark_failed(id_line, QStringLiteral("earlier failure"));
         retype(_f->spin, QStringLiteral("20"));
@@ -407,7 +420,6 @@ private slots:
         QCOMPARE(module.stored(id_spin), QVariant(20));
         QCOMPARE(_session->device_values().value(id_spin), QVariant(20));
         QVERIFY(!underlined(id_spin));
-        thread.finish();
     }
 
     void the_same_failure_again_leaves_its_hint_as_it_is()
@@ -439,15 +451,8 @@ private slots:
 
     void while_polling_an_error_hint_lasts_until_its_fields_value_comes()
     {
-        temporary_settings settings;
-        qz::sim::simulated_module module;
-        module.store(id_spin, 7);
-        module.store(id_line, QStringLiteral("from device"));
-        test_worker worker(nullptr, &module);
-        event_thread thread;
-        worker.moveToThread(&thread);
-        _session->connect_worker(&worker);
-        thread.begin();
+        threaded_device device(*_session);
+        test_worker& worker = device.worker;
 
         // The operation's end arrives here after its beginning, queued, as the session sees both.
         int ended = 0;
@@ -474,7 +479,6 @@ private slots:
         _session->mark_failed(id_spin, QStringLiteral("write failed"));
         emit worker.get_params({id_line});
         QTRY_VERIFY_WITH_TIMEOUT(!marked_failed(id_spin), 30000);
-        thread.finish();
     }
 };
 
