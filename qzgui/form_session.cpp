@@ -145,8 +145,9 @@ void form_session::mark_failed(uint32_t id, const QString& text)
 
 void form_session::_end_failure(uint32_t id)
 {
-    _failures.remove(id);
-    _form->set_hint_for_error(id, false, QString());
+    // Only a hint shown is taken back: sweep after sweep of fields that never failed costs nothing.
+    if (_failures.remove(id) > 0)
+        _form->set_hint_for_error(id, false, QString());
 }
 
 void form_session::discard_changes()
