@@ -121,8 +121,9 @@ class tst_console_soak : public QObject {
     std::unique_ptr<console_window> _window;
     QStringList _given; // every line the log list was given, in order
     // Where in _given the list began again from empty: a burst of more lines than the list holds
-    // replaces every row and shows only the burst's newest lines.
-    QSet<int> _refills;
+    // replaces every row and shows only the burst's newest lines. The list begins empty too, so a
+    // first burst of more lines than it holds is cut the same way.
+    QSet<int> _refills{0};
     int _operations_ended = 0;
 
     console_window& window() { return *_window; }
