@@ -143,7 +143,8 @@ struct trend_view::private_t {
         right_axis->setVisible(!right_units.isEmpty());
     }
 
-    /// Draws @p points, gaps as NaN, as one series per stretch between gaps, into emptied pieces.
+    /// Draws @p points, gaps as NaN, as one series per stretch between gaps, into pieces refresh()
+    /// emptied; pieces beyond the stretches stay empty for a later redraw.
     void draw(line_t& line, const QVector<QPointF>& points)
     {
         int piece = 0;
@@ -167,8 +168,6 @@ struct trend_view::private_t {
             }
         }
         flush();
-        // Pieces of earlier stretches the line no longer has stay as refresh() left them, empty,
-        // for the next redraw.
     }
 
     /// @return the value of @p id at @p time: its last sample at or before it, NaN after a gap or none
