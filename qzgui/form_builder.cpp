@@ -2,6 +2,8 @@
 #include "qzgui/form_builder.h"
 
 #include "qzgui/HexSpinBox.h"
+#include "qzgui/form_double_spin_box_p.h"
+#include "qzgui/form_spin_box_p.h"
 #include "qzgui/internal/numbers.h"
 #include "qzgui/parameter_description.h"
 #include "qzgui/parameter_id.h"
@@ -63,18 +65,6 @@ std::optional<QVariant> typed(int type, const QVariant& value)
     if (type == QMetaType::Int)
         return QVariant(int(number));
     return QVariant(uint(number));
-}
-
-// The digits after the point that @p step needs, at least 1.
-int decimals_of(double step)
-{
-    int decimals = 1;
-    double scaled = step * 10;
-    while (decimals < max_decimals && std::abs(scaled - std::round(scaled)) > 1e-9 * std::max(1.0, scaled)) {
-        ++decimals;
-        scaled *= 10;
-    }
-    return decimals;
 }
 
 // A description as the form shows it: its bounds in its own type, checked.
@@ -152,12 +142,38 @@ void finish_spin_box(QAbstractSpinBox* box, const parameter_description& p)
     box->clear();
 }
 
-QWidget* integer_field(const row_t& row, QString* unit_after)
+// The range a person may enter, for the tool tips of field and label.
+QString range_line(const QString& range)
+{
+    return QStringLiteral("Range: ") + range;
+}
+
+// A hex box's range as it writes numbers; a range through zero is every 32-bit pattern or none
+// a person could read as one.
+QString hex_range(double low, double high)
+{
+    const auto hex = [](double value) {
+        return QStringLiteral("0x") + QString::number(qulonglong(value), 16).toUpper();
+    };
+    if (low >= 0)
+        return hex(low) + QStringLiteral(" to ") + hex(high);
+    if (low == int_low && high == int_high)
+        return hex(0) + QStringLiteral(" to ") + hex(uint_high);
+    return QString();
+}
+
+// A read-only field shows whatever the device holds: its bounds are for what a person enters.
+bool bounded(const row_t& row, const QVariant& bound)
+{
+    return bound.isValid() && !row.p->read_only;
+}
+
+QWidget* integer_field(const row_t& row, QString* unit_after, QString* range)
 {
     const parameter_description& p = *row.p;
     const bool is_uint = p.type == QMetaType::UInt;
-    const double low = row.low.isValid() ? row.low.toDouble() : (is_uint ? 0 : int_low);
-    const double high = row.high.isValid() ? row.high.toDouble() : (is_uint ? uint_high : int_high);
+    const double low = bounded(row, row.low) ? row.low.toDouble() : (is_uint ? 0 : int_low);
+    const double high = bounded(row, row.high) ? row.high.toDouble() : (is_uint ? uint_high : int_high);
     // An integer field steps by whole numbers.
     const double step = std::min(std::max(1.0, std::round(p.step)), int_high);
     if (p.hexadecimal) {
@@ -168,45 +184,50 @@ QWidget* integer_field(const row_t& row, QString* unit_after)
         box->setSingleStep(int(step));
         finish_spin_box(box, p);
         *unit_after = p.unit;
+        *range = hex_range(low, high);
         return box;
     }
+    const QString suffix = p.unit.isEmpty() ? QString() : QLatin1Char(' ') + p.unit;
     if (high > int_high) {
-        auto* box = new QDoubleSpinBox;
+        auto* box = new form_double_spin_box;
         box->setDecimals(0);
         box->setRange(low, high);
         box->setSingleStep(step);
-        if (!p.unit.isEmpty())
-            box->setSuffix(QLatin1Char(' ') + p.unit);
+        box->setSuffix(suffix);
         finish_spin_box(box, p);
+        *range = box->range_text();
         return box;
     }
-    auto* box = new QSpinBox;
+    auto* box = new form_spin_box;
     box->setRange(int(low), int(high));
     box->setSingleStep(int(step));
-    if (!p.unit.isEmpty())
-        box->setSuffix(QLatin1Char(' ') + p.unit);
+    box->setSuffix(suffix);
     finish_spin_box(box, p);
+    *range = box->range_text();
     return box;
 }
 
-QWidget* double_field(const row_t& row)
+QWidget* double_field(const row_t& row, QString* range)
 {
     const parameter_description& p = *row.p;
     constexpr double most = std::numeric_limits<double>::max();
-    auto* box = new QDoubleSpinBox;
-    const int decimals = p.decimals >= 0 ? p.decimals : (p.step > 0 ? decimals_of(p.step) : 1);
-    box->setDecimals(decimals);
-    box->setRange(row.low.isValid() ? row.low.toDouble() : -most,
-                  row.high.isValid() ? row.high.toDouble() : most);
-    box->setSingleStep(p.step > 0 ? p.step : std::pow(10.0, -decimals));
+    auto* box = new form_double_spin_box;
+    // Without a hint, every value the device sends is shown exactly, as its shortest decimal.
+    box->setDecimals(p.decimals >= 0 ? p.decimals : form_double_spin_box::exact_decimals);
+    box->setRange(bounded(row, row.low) ? row.low.toDouble() : -most,
+                  bounded(row, row.high) ? row.high.toDouble() : most);
+    box->setSingleStep(p.step > 0 ? p.step : std::pow(10.0, -std::max(p.decimals, 1)));
     if (!p.unit.isEmpty())
         box->setSuffix(QLatin1Char(' ') + p.unit);
     finish_spin_box(box, p);
+    if (bounded(row, row.low) || bounded(row, row.high))
+        *range = box->range_text();
     return box;
 }
 
-// The field of one row; the unit, where the field has no suffix for it, goes to @p unit_after.
-QWidget* field_of(const row_t& row, QString* unit_after)
+// The field of one row; the unit, where the field has no suffix for it, goes to @p unit_after,
+// and the range a person may enter into it to @p range.
+QWidget* field_of(const row_t& row, QString* unit_after, QString* range)
 {
     const parameter_description& p = *row.p;
     if (!p.choices.isEmpty()) {
@@ -227,9 +248,9 @@ QWidget* field_of(const row_t& row, QString* unit_after)
     }
     case QMetaType::Int:
     case QMetaType::UInt:
-        return integer_field(row, unit_after);
+        return integer_field(row, unit_after, range);
     case QMetaType::Double:
-        return double_field(row);
+        return double_field(row, range);
     default: {
         auto* edit = new QLineEdit;
         if (p.max_length >= 0)
@@ -271,14 +292,23 @@ QWidget* build_form(const QVector<parameter_description>& parameters, QWidget* p
             top->addWidget(holder);
         }
         QString unit_after;
-        QWidget* field = field_of(row, &unit_after);
+        QString range;
+        QWidget* field = field_of(row, &unit_after, &range);
         field->setObjectName(QStringLiteral("qz_param_") + short_parameter_id_text(p.id).mid(2));
         field->setProperty("qz_param_id", p.id);
+        if (p.read_only)
+            field->setProperty("qz_read_only", true);
         auto* label = new QLabel(p.name.isEmpty() ? short_parameter_id_text(p.id) : p.name);
         label->setBuddy(field);
-        if (!p.description.isEmpty()) {
-            label->setToolTip(p.description);
-            field->setToolTip(p.description);
+        QStringList tip;
+        if (!p.description.isEmpty())
+            tip.append(p.description);
+        // A range the description gives; a type's own says little (-2147483648 to 2147483647).
+        if (!range.isEmpty() && !p.read_only && (row.low.isValid() || row.high.isValid()))
+            tip.append(range_line(range));
+        if (!tip.isEmpty()) {
+            label->setToolTip(tip.join(QLatin1Char('\n')));
+            field->setToolTip(tip.join(QLatin1Char('\n')));
         }
         section->addRow(label, with_unit(field, unit_after));
     }

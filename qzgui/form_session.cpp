@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "qzgui/form_session.h"
 
+#include "qzgui/bounded_entry_p.h"
 #include "qzgui/parameter_file.h"
 #include "qzgui/sat_worker.h"
 #include "qzgui/widget_kind_p.h"
@@ -16,7 +17,9 @@
 #include <QSpinBox>
 #include <QValidator>
 
+#include <algorithm>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -47,6 +50,8 @@ form_session::form_session(ui_controller* form, const widget_map* widgets,
     , _format([](uint32_t, const QVariant& value) { return value.toString(); })
 {
     connect(_form, &ui_controller::on_data_changed, this, &form_session::_take_entry);
+    for (auto it = _widgets->cbegin(); it != _widgets->cend(); ++it)
+        _watch_range(it.key(), it->second);
 }
 
 form_session::~form_session() = default;
@@ -73,10 +78,30 @@ bool form_session::is_pending(uint32_t id) const
     return _form->is_changed_parameter(id);
 }
 
+bool form_session::is_read_only(uint32_t id) const
+{
+    const QObject* widget = _widgets->value(id).second;
+    if (!widget)
+        return false;
+    if (widget->property("qz_read_only").toBool())
+        return true;
+    if (const auto* box = qobject_cast<const QAbstractSpinBox*>(widget))
+        return box->isReadOnly();
+    if (const auto* edit = qobject_cast<const QLineEdit*>(widget))
+        return edit->isReadOnly();
+    return false;
+}
+
 QVector<QPair<uint32_t, QVariant>> form_session::pending_changes() const
 {
     QVector<QPair<uint32_t, QVariant>> changes;
     _form->collect_changed_params(changes);
+    // A read-only field never is a change; should the application have put one on the list, the
+    // device would only refuse it.
+    changes.erase(std::remove_if(
+                      changes.begin(), changes.end(),
+                      [this](const QPair<uint32_t, QVariant>& change) { return is_read_only(change.first); }),
+                  changes.end());
     return changes;
 }
 
@@ -104,6 +129,10 @@ void form_session::show_device_value(uint32_t id, const QVariant& value)
     // While polling, the field's read worked: its failure, if any, is over.
     if (_polling)
         _end_failure(id);
+    if (is_read_only(id)) {
+        _show_read_only(id, value, news);
+        return;
+    }
     if (_polling && is_pending(id)) {
         // Noted, not shown: the user's edit stays. Said again only when the device's value changes.
         _settle(id, news);
@@ -124,8 +153,14 @@ bool form_session::is_polling() const
 
 void form_session::confirm_written(uint32_t id, const QVariant& value)
 {
+    const auto known = _device.constFind(id);
+    const bool news = known == _device.constEnd() || *known != value;
     _device.insert(id, value);
     _two_states(id);
+    if (is_read_only(id)) {
+        _show_read_only(id, value, news);
+        return;
+    }
     // A field edited again while its write ran keeps its newer value, pending. Any other field
     // shows what the device now holds, also one whose change was discarded meanwhile.
     if (is_pending(id) && field_value(id) != value)
@@ -330,15 +365,26 @@ void form_session::reconfigure(const std::function<void()>& change)
     change();
     _form->set_loading_data(loading);
     const QVector<uint32_t> after = pending_ids();
-    for (const uint32_t id : after)
-        if (!before.contains(id))
+    for (const uint32_t id : after) {
+        if (before.contains(id))
+            continue;
+        const auto device = _device.constFind(id);
+        // A read-only field clamped by the change shows the device's value again.
+        if (is_read_only(id) && device != _device.constEnd())
+            _show_read_only(id, *device, false);
+        else
             _settle(id);
+    }
     // A profile may refill a combo box or clamp a spin box that held no value: it holds none again.
     show_no_values();
 }
 
-QVector<uint32_t> form_session::apply_values(const QMap<uint32_t, QVariant>& values)
+QVector<uint32_t> form_session::apply_values(const QMap<uint32_t, QVariant>& loaded)
 {
+    // A file saved from a form holds what read-only fields showed too: they keep the device's.
+    QMap<uint32_t, QVariant> values = loaded;
+    for (auto it = values.begin(); it != values.end();)
+        it = is_read_only(it.key()) ? values.erase(it) : std::next(it);
     // A field that held no value takes the loaded one as a value, even one that equals what its
     // blank state held, which an edit that changes nothing would not record.
     QVector<uint32_t> filled;
@@ -381,12 +427,60 @@ void form_session::_show(uint32_t id, const QVariant& value)
     _settle(id);
 }
 
+void form_session::_show_read_only(uint32_t id, const QVariant& value, bool news)
+{
+    // The device's value as it is, not an edit: a spin box's range is for what a person enters.
+    QObject* widget = _widget_of(id);
+    const widget_type_e type = _widgets->value(id).first;
+    bool number = false;
+    const double v = value.toDouble(&number);
+    if (widget && number && type == spinbox) {
+        auto* box = static_cast<QSpinBox*>(widget);
+        if (v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
+            box->setRange(std::min(box->minimum(), int(v)), std::max(box->maximum(), int(v)));
+    } else if (widget && number && type == doublespinbox) {
+        auto* box = static_cast<QDoubleSpinBox*>(widget);
+        box->setRange(std::min(box->minimum(), v), std::max(box->maximum(), v));
+    }
+    const bool loading = _form->get_loading_data();
+    _form->set_loading_data(true);
+    _form->set_data(id, value);
+    _form->set_loading_data(loading);
+    _form->remove_changed_parameter(id);
+    _form->set_hint_for_changed_value(id, false, QString());
+    const std::optional<QVariant> shown = field_of(*_widgets, id);
+    if (news && shown && *shown != value)
+        emit on_value_not_shown(
+            id, value,
+            QStringLiteral("the device holds %1, which the field cannot show").arg(_format(id, value)));
+}
+
+void form_session::_watch_range(uint32_t id, QObject* widget)
+{
+    auto* entry = dynamic_cast<bounded_entry*>(widget);
+    auto* box = qobject_cast<QAbstractSpinBox*>(widget);
+    if (!entry || !box)
+        return;
+    // Qt emits editingFinished once it has put the field back to its value.
+    connect(box, &QAbstractSpinBox::editingFinished, this, [this, id, entry, box] {
+        const QString refused = entry->take_refused();
+        if (refused.isEmpty())
+            return;
+        const QString kept = _holds_no_value(id) ? QStringLiteral("no value") : box->text();
+        const QString text = QStringLiteral("%1 is beyond the range %2; the field keeps %3")
+                                 .arg(refused.trimmed(), entry->range_text(), kept);
+        mark_failed(id, text);
+        emit on_entry_refused(id, refused, text);
+    });
+}
+
 void form_session::_settle(uint32_t id, bool tell)
 {
     const std::optional<QVariant> shown = field_of(*_widgets, id);
     const auto device = _device.constFind(id);
-    // Fields without a value, and fields never read, have nothing to disagree with.
-    if (!shown || device == _device.constEnd() || *shown == *device) {
+    // Fields without a value, and fields never read, have nothing to disagree with; a read-only
+    // field never holds a change.
+    if (!shown || device == _device.constEnd() || *shown == *device || is_read_only(id)) {
         _form->remove_changed_parameter(id);
         _form->set_hint_for_changed_value(id, false, QString());
         return;

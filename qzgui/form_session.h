@@ -47,6 +47,12 @@ class sat_worker;
  *   showed that nearest value.
  * - discard_changes() gives each pending field the device's value back by the same rules, and a
  *   field whose device value never came no value (show_no_values()).
+ * - A read-only field (is_read_only()) is never a pending change: it shows the device's last value
+ *   (or none), a spin box's range widened to hold it, and no edit, file or profile makes it one.
+ *   Where it still cannot show the value (an item its combo box lacks), on_value_not_shown() says
+ *   so when the value comes.
+ * - An entry typed beyond a built form's spin box's range is refused whole: the field keeps its
+ *   value, gets an error hint, and on_entry_refused() says why.
  *
  * The form binding is written with its loading flag clear, as an edit, so that a widget that
  * cannot take a value records the difference; the session takes it back off the changed list
@@ -97,6 +103,13 @@ public:
     /// @return whether the field of @p id holds a change not on the device
     bool is_pending(uint32_t id) const;
 
+    /**
+     * @return whether the field of @p id only shows the device's value: a read-only spin box or
+     *         line edit, or a field marked with the dynamic property "qz_read_only" (build_form()
+     *         marks its read-only fields so, its check and combo boxes among them)
+     */
+    bool is_read_only(uint32_t id) const;
+
     /// @return the pending changes as a write request (sat_worker::set_params())
     QVector<QPair<uint32_t, QVariant>> pending_changes() const;
 
@@ -144,7 +157,8 @@ public:
 
     /**
      * Applies @p values (from a parameter file) as the user's edits: each value that differs from
-     * its field becomes pending, and one that equals the device's value is no change. A field
+     * its field becomes pending, and one that equals the device's value is no change. Values of
+     * read-only fields are left alone (is_read_only()). A field
      * that showed no value takes its value as a pending change even where it equals what the
      * blank field held (a spin box's lowest value, a half-checked box's false).
      * @return the ids the form does not bind; their values were left alone
@@ -193,14 +207,24 @@ Q_SIGNALS:
 
     /**
      * The field of @p id cannot show the device's value @p device, already showed the nearest it
-     * can, and became a pending change; @p text says why ("the device holds 55, which the active
-     * profile cannot show").
+     * can, and became a pending change (a read-only field: stays without one); @p text says why
+     * ("the device holds 55, which the active profile cannot show"). Said once for each value of
+     * the device's, not at every read of the same value.
      */
     void on_value_not_shown(uint32_t id, const QVariant& device, const QString& text);
 
+    /**
+     * The user's entry @p entry into the field of @p id lies beyond its range and was refused: the
+     * field keeps what it showed, and @p text says so ("6000 is beyond the range 0 to 5000; the
+     * field keeps 1200"), as the field's error hint does.
+     */
+    void on_entry_refused(uint32_t id, const QString& entry, const QString& text);
+
 private:
     void _show(uint32_t id, const QVariant& value);
+    void _show_read_only(uint32_t id, const QVariant& value, bool news);
     void _settle(uint32_t id, bool tell = true);
+    void _watch_range(uint32_t id, QObject* widget);
     void _two_states(uint32_t id);
     void _end_failure(uint32_t id);
     bool _holds_no_value(uint32_t id) const;

@@ -39,6 +39,13 @@ inline void retype(QWidget* field, const QString& text)
     QTest::keyClicks(field, text);
 }
 
+/// Types @p text into a field as retype() does and presses Enter, which ends the entry.
+inline void enter(QWidget* field, const QString& text)
+{
+    retype(field, text);
+    QTest::keyClick(field, Qt::Key_Return);
+}
+
 /// Parameter ids of the form's widgets.
 enum form_id : uint32_t {
     id_check = 1,

@@ -202,11 +202,53 @@ private slots:
         QCOMPARE(box->maximum(), 440.0);
         QCOMPARE(box->decimals(), 3);
         QCOMPARE(box->singleStep(), 0.001);
-        QCOMPARE(field<QDoubleSpinBox>(form, 5)->decimals(), 2);
         QCOMPARE(field<QDoubleSpinBox>(form, 5)->singleStep(), 0.25);
-        QCOMPARE(field<QDoubleSpinBox>(form, 6)->decimals(), 1);
         QCOMPARE(field<QDoubleSpinBox>(form, 6)->singleStep(), 0.1);
         QCOMPARE(field<QDoubleSpinBox>(form, 6)->maximum(), std::numeric_limits<double>::max());
+        // A decimals hint rounds as it says.
+        box->setValue(433.92551);
+        QCOMPARE(box->text(), QStringLiteral("433.926"));
+    }
+
+    void a_double_without_a_decimals_hint_shows_every_value_exactly()
+    {
+        parameter_description level = described(5, QMetaType::Double);
+        level.step = 0.25;
+        parameter_description plain = described(6, QMetaType::Double);
+        plain.unit = QStringLiteral("degC");
+        QWidget* form = build({level, plain});
+        auto* box = field<QDoubleSpinBox>(form, 6);
+        // Each as its shortest decimal, whatever the step: a float32's too (24.1f reaches the form
+        // as the double nearest to 24.1), and without a tail of zeros.
+        const QList<QPair<double, QString>> values = {{24.25, "24.25"},
+                                                      {24.1, "24.1"},
+                                                      {710.75, "710.75"},
+                                                      {5, "5"},
+                                                      {-0.001, "-0.001"},
+                                                      {0.1 + 0.2, "0.30000000000000004"},
+                                                      {1e-20, "0.00000000000000000001"},
+                                                      {3.4028234663852886e38, "340282346638528860000000000000000000000"},
+                                                      {123456789.125, "123456789.125"}};
+        for (const auto& [value, text] : values) {
+            box->setValue(value);
+            QCOMPARE(box->value(), value);
+            QCOMPARE(box->text(), text + QStringLiteral(" degC"));
+            QCOMPARE(qz::gui::read_form_values(qz::gui::scan_form(form).widgets).value(6), QVariant(value));
+        }
+        auto* stepped = field<QDoubleSpinBox>(form, 5);
+        stepped->setValue(24.125);
+        QCOMPARE(stepped->text(), QStringLiteral("24.125"));
+        stepped->stepUp();
+        QCOMPARE(stepped->value(), 24.375);
+
+        // What a person types is taken as typed, the shortest text again when shown.
+        qz::test::enter(box, QStringLiteral("21.6"));
+        QCOMPARE(box->value(), 21.6);
+        QCOMPARE(box->text(), QStringLiteral("21.6 degC"));
+        // A widget profile's decimals round as before.
+        box->setDecimals(2);
+        box->setValue(24.256);
+        QCOMPARE(box->text(), QStringLiteral("24.26 degC"));
     }
 
     void strings_are_line_edits_with_their_length()
@@ -244,6 +286,99 @@ private slots:
         QVERIFY(gain->isEnabled());
         field<QComboBox>(form, 5)->setCurrentIndex(1);
         QCOMPARE(field<QComboBox>(form, 5)->currentText(), QStringLiteral("On"));
+    }
+
+    void read_only_fields_show_values_beyond_their_bounds_and_say_so()
+    {
+        parameter_description gain = described(3, QMetaType::Int);
+        gain.minimum = 0;
+        gain.maximum = 60;
+        gain.read_only = true;
+        parameter_description level = described(4, QMetaType::Double);
+        level.maximum = 1.0;
+        level.read_only = true;
+        parameter_description output = described(1, QMetaType::Bool);
+        output.read_only = true;
+        QWidget* form = build({gain, level, output, described(5, QMetaType::Int)});
+        // Bounds are for what a person enters: the device's value shows whatever it is.
+        field<QSpinBox>(form, 3)->setValue(150);
+        QCOMPARE(field<QSpinBox>(form, 3)->value(), 150);
+        field<QDoubleSpinBox>(form, 4)->setValue(1.75);
+        QCOMPARE(field<QDoubleSpinBox>(form, 4)->value(), 1.75);
+        for (const uint32_t id : {1u, 3u, 4u})
+            QVERIFY(field<QWidget>(form, id)->property("qz_read_only").toBool());
+        QVERIFY(!field<QWidget>(form, 5)->property("qz_read_only").toBool());
+    }
+
+    void the_range_a_person_may_enter_is_in_the_tool_tip()
+    {
+        parameter_description gain = described(3, QMetaType::Int, QStringLiteral("Gain"));
+        gain.description = QStringLiteral("Gain of the receive path");
+        gain.minimum = -20;
+        gain.maximum = 5000;
+        gain.unit = QStringLiteral("dB");
+        parameter_description level = described(4, QMetaType::Double);
+        level.minimum = -1.5;
+        level.maximum = 2.25;
+        parameter_description mask = described(5, QMetaType::UInt);
+        mask.hexadecimal = true;
+        mask.maximum = 0xFFFFu;
+        parameter_description big = described(7, QMetaType::UInt);
+        big.maximum = 4000000000u;
+        parameter_description fixed = gain;
+        fixed.id = 6;
+        fixed.read_only = true;
+        QWidget* form = build({gain, level, mask, fixed, big});
+        const QString gain_tip = QStringLiteral("Gain of the receive path\nRange: -20 to 5000 dB");
+        QCOMPARE(field<QSpinBox>(form, 3)->toolTip(), gain_tip);
+        QCOMPARE(label_of(form, field<QSpinBox>(form, 3))->toolTip(), gain_tip);
+        QCOMPARE(field<QDoubleSpinBox>(form, 4)->toolTip(), QStringLiteral("Range: -1.5 to 2.25"));
+        QCOMPARE(field<QSpinBox>(form, 5)->toolTip(), QStringLiteral("Range: 0x0 to 0xFFFF"));
+        QCOMPARE(field<QDoubleSpinBox>(form, 7)->toolTip(), QStringLiteral("Range: 0 to 4000000000"));
+        // Nobody enters a read-only value: its description alone.
+        QCOMPARE(field<QSpinBox>(form, 6)->toolTip(), gain.description);
+    }
+
+    void an_entry_beyond_the_range_is_refused_whole()
+    {
+        parameter_description gain = described(3, QMetaType::Int);
+        gain.minimum = 0;
+        gain.maximum = 5000;
+        gain.unit = QStringLiteral("dB");
+        parameter_description level = described(4, QMetaType::Double);
+        level.minimum = -1.5;
+        level.maximum = 2.25;
+        QWidget* form = build({gain, level});
+        // Focus moves, and so entries end, in the active window only.
+        QApplication::setActiveWindow(form);
+        QVERIFY(QTest::qWaitForWindowActive(form));
+        auto* box = field<QSpinBox>(form, 3);
+        box->setValue(1200);
+        QSignalSpy changed(box, qOverload<int>(&QSpinBox::valueChanged));
+        // Held as typed, not cut to 600, and no value until the entry ends.
+        qz::test::retype(box, QStringLiteral("6000"));
+        QCOMPARE(box->text(), QStringLiteral("6000 dB"));
+        QCOMPARE(box->value(), 1200);
+        QTest::keyClick(box, Qt::Key_Return);
+        QCOMPARE(box->value(), 1200);
+        QCOMPARE(box->text(), QStringLiteral("1200 dB"));
+        QVERIFY(changed.isEmpty());
+        // Within the range, Enter takes it.
+        qz::test::enter(box, QStringLiteral("4999"));
+        QCOMPARE(box->value(), 4999);
+        QCOMPARE(changed.size(), 1);
+        // Below the minimum of a double, and the entry ended by leaving the field.
+        auto* other = field<QDoubleSpinBox>(form, 4);
+        other->setValue(1.25);
+        qz::test::retype(other, QStringLiteral("-7.5"));
+        QCOMPARE(other->text(), QStringLiteral("-7.5"));
+        box->setFocus();
+        QVERIFY(!other->hasFocus());
+        QCOMPARE(other->value(), 1.25);
+        QCOMPARE(other->text(), QStringLiteral("1.25"));
+        // Text that is no number is refused key by key, as in any spin box.
+        qz::test::retype(box, QStringLiteral("12x"));
+        QCOMPARE(box->text(), QStringLiteral("12 dB"));
     }
 
     void the_unit_is_a_suffix_or_a_label_after_the_field()

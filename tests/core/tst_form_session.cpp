@@ -6,7 +6,10 @@
 #include "form_fixture.h"
 #include "worker_fixture.h"
 
+#include <qzgui/form_builder.h>
+#include <qzgui/form_scan.h>
 #include <qzgui/form_session.h>
+#include <qzgui/parameter_description.h>
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -44,6 +47,40 @@ struct blank_form {
 
     blank_form() { session.show_no_values(); }
 };
+
+// A form built from descriptions, as qzpanel builds one, with its session.
+struct built_form {
+    std::unique_ptr<QWidget> window;
+    qz::gui::form_bindings bound;
+    std::unique_ptr<ui_controller> form;
+    std::unique_ptr<form_session> session;
+
+    explicit built_form(const QVector<qz::gui::parameter_description>& parameters)
+        : window(qz::gui::build_form(parameters))
+        , bound(qz::gui::scan_form(window.get()))
+        , form(std::make_unique<ui_controller>(&bound.widgets, &bound.hints))
+        , session(std::make_unique<form_session>(form.get(), &bound.widgets, &bound.hints))
+    {
+        session->show_no_values();
+        window->show();
+        QApplication::setActiveWindow(window.get());
+    }
+
+    template <typename W>
+    W* field(uint32_t id) const
+    {
+        return qobject_cast<W*>(bound.widgets.value(id).second);
+    }
+};
+
+qz::gui::parameter_description described(uint32_t id, int type, bool read_only)
+{
+    qz::gui::parameter_description p;
+    p.id = id;
+    p.type = type;
+    p.read_only = read_only;
+    return p;
+}
 
 class tst_form_session : public QObject {
     Q_OBJECT
@@ -359,6 +396,83 @@ private slots:
         QCOMPARE(_f->spin->value(), 7);
         QVERIFY(pending().isEmpty());
         QVERIFY(!underlined(id_spin));
+    }
+
+    void a_read_only_field_shows_the_devices_value_and_is_never_pending()
+    {
+        // A float32 temperature without hints, a bounded level, a state by its choices, and a
+        // setpoint the user may change.
+        auto level = described(2, QMetaType::Int, true);
+        level.maximum = 60;
+        auto state = described(3, QMetaType::UInt, true);
+        state.choices = {{0u, QStringLiteral("Off")}, {1u, QStringLiteral("On")}};
+        built_form b({described(1, QMetaType::Double, true), level, state, described(4, QMetaType::Int, false)});
+        QSignalSpy not_shown(b.session.get(), &form_session::on_value_not_shown);
+        auto* temperature = b.field<QDoubleSpinBox>(1);
+        for (const double value : {24.25, 24.1, 300.125, 710.75}) {
+            b.session->show_device_value(1, value);
+            QCOMPARE(temperature->text(), QString::number(value));
+            QCOMPARE(temperature->value(), value);
+            QVERIFY(b.session->pending_ids().isEmpty());
+        }
+        // Beyond the bounds it was built with, the device's value all the same.
+        b.session->show_device_value(2, 150);
+        QCOMPARE(b.field<QSpinBox>(2)->value(), 150);
+        b.session->set_polling(true);
+        b.session->show_device_value(2, -3);
+        QCOMPARE(b.field<QSpinBox>(2)->value(), -3);
+        QVERIFY(b.session->pending_ids().isEmpty());
+        QCOMPARE(not_shown.size(), 0);
+        // An item its combo box lacks: said once, not at every read, and still not pending.
+        b.session->show_device_value(3, 7u);
+        b.session->show_device_value(3, 7u);
+        QCOMPARE(not_shown.size(), 1);
+        QCOMPARE(not_shown[0].at(2).toString(), QStringLiteral("the device holds 7, which the field cannot show"));
+        QVERIFY(b.session->pending_ids().isEmpty());
+        b.session->show_device_value(3, 1u);
+        QCOMPARE(b.field<QComboBox>(3)->currentText(), QStringLiteral("On"));
+
+        // A loaded file, a write confirmed, a change of range: none makes one pending.
+        b.session->show_device_value(4, 5);
+        QCOMPARE(b.session->apply_values({{1, 710.8}, {2, 9}, {4, 6}}), QVector<uint32_t>());
+        QCOMPARE(b.session->pending_ids(), QVector<uint32_t>{4});
+        QCOMPARE(temperature->value(), 710.75);
+        QCOMPARE(b.session->pending_changes(), (QVector<QPair<uint32_t, QVariant>>{{4, 6}}));
+        b.session->confirm_written(1, 20.5);
+        QCOMPARE(temperature->value(), 20.5);
+        b.session->reconfigure([&] { temperature->setRange(0, 10); });
+        QCOMPARE(temperature->value(), 20.5);
+        QCOMPARE(b.session->pending_ids(), QVector<uint32_t>{4});
+        QVERIFY(b.session->is_read_only(1) && b.session->is_read_only(3) && !b.session->is_read_only(4));
+    }
+
+    void an_entry_beyond_the_range_is_refused_and_said()
+    {
+        auto gain = described(1, QMetaType::Int, false);
+        gain.minimum = 0;
+        gain.maximum = 5000;
+        gain.unit = QStringLiteral("dB");
+        built_form b({gain, described(2, QMetaType::Int, false)});
+        QVERIFY(QTest::qWaitForWindowActive(b.window.get()));
+        b.session->show_device_value(1, 1200);
+        QSignalSpy refused(b.session.get(), &form_session::on_entry_refused);
+        auto* box = b.field<QSpinBox>(1);
+        enter(box, QStringLiteral("6000"));
+        QCOMPARE(box->value(), 1200);
+        QVERIFY(b.session->pending_ids().isEmpty());
+        QCOMPARE(refused.size(), 1);
+        const QString text = QStringLiteral("6000 dB is beyond the range 0 to 5000 dB; the field keeps 1200 dB");
+        QCOMPARE(refused[0], (QVariantList{1u, QStringLiteral("6000 dB"), text}));
+        QVERIFY(b.bound.hints.value(1)->styleSheet().contains(QLatin1String("red")));
+        // Left by a click elsewhere: the same.
+        retype(box, QStringLiteral("-1"));
+        b.field<QSpinBox>(2)->setFocus();
+        QCOMPARE(refused.size(), 2);
+        QCOMPARE(box->value(), 1200);
+        // A value within the range is an edit as any other.
+        enter(box, QStringLiteral("4000"));
+        QCOMPARE(refused.size(), 2);
+        QCOMPARE(b.session->pending_changes(), (QVector<QPair<uint32_t, QVariant>>{{1, 4000}}));
     }
 
     void reconfiguring_makes_pending_only_what_it_changed_away_from_the_device()

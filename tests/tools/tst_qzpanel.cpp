@@ -26,6 +26,7 @@
 #include <memory>
 
 using qz::test::device_process;
+using qz::test::enter;
 using qz::test::retype;
 
 namespace {
@@ -116,7 +117,7 @@ private slots:
         QCOMPARE(output->checkState(), Qt::PartiallyChecked);
         QCOMPARE(mode->currentIndex(), -1);
         // Typing into a field never read changes nothing.
-        retype(gain, QStringLiteral("30"));
+        enter(gain, QStringLiteral("30"));
         QVERIFY(window->pending_ids().isEmpty());
 
         QVERIFY(run(*window, &qz::panel::panel_window::read_all));
@@ -156,7 +157,7 @@ private slots:
         QVERIFY(device.start(_map));
         auto window = _open(device);
         QVERIFY(run(*window, &qz::panel::panel_window::read_all));
-        retype(window->field(3), QStringLiteral("14"));
+        enter(window->field(3), QStringLiteral("14"));
         auto* mode = qobject_cast<QComboBox*>(window->field(5));
         mode->setFocus();
         QTest::keyClick(mode, Qt::Key_Down); // Transmit
@@ -178,7 +179,7 @@ private slots:
         auto window = _open(device);
         QVERIFY(run(*window, &qz::panel::panel_window::read_all));
         // The field keeps to the map's bounds as the user types.
-        retype(window->field(3), QStringLiteral("61"));
+        enter(window->field(3), QStringLiteral("61"));
         QVERIFY(qobject_cast<QSpinBox*>(window->field(3))->value() <= 60);
     }
 
@@ -276,7 +277,7 @@ private slots:
         monitor->set_interval(0); // back to back: a sweep is nearly always running
         QCOMPARE(monitor->start(), QString());
         QTRY_VERIFY_WITH_TIMEOUT(window->has_device_value(3), 30000);
-        retype(window->field(3), QStringLiteral("17"));
+        enter(window->field(3), QStringLiteral("17"));
         QCOMPARE(window->pending_ids(), QVector<uint32_t>{3});
         QSignalSpy finished(window.get(), &qz::panel::panel_window::operation_finished);
         QTest::mouseClick(window->write_button(), Qt::LeftButton);
@@ -306,7 +307,7 @@ private slots:
         QCOMPARE(monitor->start(), QString());
         QTRY_VERIFY_WITH_TIMEOUT(window->has_device_value(3), 30000);
         auto* gain = qobject_cast<QSpinBox*>(window->field(3));
-        retype(gain, QStringLiteral("17"));
+        enter(gain, QStringLiteral("17"));
         QCOMPARE(window->pending_ids(), QVector<uint32_t>{3});
         // Sweeps read 12 meanwhile: the edit stays, and the log says so once, not per sweep.
         const int sweeps = int(monitor->history().samples(3, 0, std::numeric_limits<qint64>::max()).size());
@@ -320,7 +321,7 @@ private slots:
         QCOMPARE(gain->value(), 12);
         QVERIFY(window->pending_ids().isEmpty());
         // An edit written: the device holds it, and the sweeps read it back.
-        retype(gain, QStringLiteral("19"));
+        enter(gain, QStringLiteral("19"));
         QTest::mouseClick(window->write_button(), Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(!window->is_busy(), 30000);
         QCOMPARE(device_holds(device, "0x0003"), QStringLiteral("0x0003 = 19"));
