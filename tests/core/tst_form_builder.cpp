@@ -220,15 +220,16 @@ private slots:
         auto* box = field<QDoubleSpinBox>(form, 6);
         // Each as its shortest decimal, whatever the step: a float32's too (24.1f reaches the form
         // as the double nearest to 24.1), and without a tail of zeros.
-        const QList<QPair<double, QString>> values = {{24.25, "24.25"},
-                                                      {24.1, "24.1"},
-                                                      {710.75, "710.75"},
-                                                      {5, "5"},
-                                                      {-0.001, "-0.001"},
-                                                      {0.1 + 0.2, "0.30000000000000004"},
-                                                      {1e-20, "0.00000000000000000001"},
-                                                      {3.4028234663852886e38, "340282346638528860000000000000000000000"},
-                                                      {123456789.125, "123456789.125"}};
+        const QList<QPair<double, QString>> values = {
+            {24.25, "24.25"},
+            {24.1, "24.1"},
+            {710.75, "710.75"},
+            {5, "5"},
+            {-0.001, "-0.001"},
+            {0.1 + 0.2, "0.30000000000000004"},
+            {1e-20, "0.00000000000000000001"},
+            {3.4028234663852886e38, "340282346638528860000000000000000000000"},
+            {123456789.125, "123456789.125"}};
         for (const auto& [value, text] : values) {
             box->setValue(value);
             QCOMPARE(box->value(), value);

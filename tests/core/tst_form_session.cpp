@@ -406,7 +406,8 @@ private slots:
         level.maximum = 60;
         auto state = described(3, QMetaType::UInt, true);
         state.choices = {{0u, QStringLiteral("Off")}, {1u, QStringLiteral("On")}};
-        built_form b({described(1, QMetaType::Double, true), level, state, described(4, QMetaType::Int, false)});
+        built_form b(
+            {described(1, QMetaType::Double, true), level, state, described(4, QMetaType::Int, false)});
         QSignalSpy not_shown(b.session.get(), &form_session::on_value_not_shown);
         auto* temperature = b.field<QDoubleSpinBox>(1);
         for (const double value : {24.25, 24.1, 300.125, 710.75}) {
@@ -427,7 +428,8 @@ private slots:
         b.session->show_device_value(3, 7u);
         b.session->show_device_value(3, 7u);
         QCOMPARE(not_shown.size(), 1);
-        QCOMPARE(not_shown[0].at(2).toString(), QStringLiteral("the device holds 7, which the field cannot show"));
+        QCOMPARE(not_shown[0].at(2).toString(),
+                 QStringLiteral("the device holds 7, which the field cannot show"));
         QVERIFY(b.session->pending_ids().isEmpty());
         b.session->show_device_value(3, 1u);
         QCOMPARE(b.field<QComboBox>(3)->currentText(), QStringLiteral("On"));
@@ -461,7 +463,8 @@ private slots:
         QCOMPARE(box->value(), 1200);
         QVERIFY(b.session->pending_ids().isEmpty());
         QCOMPARE(refused.size(), 1);
-        const QString text = QStringLiteral("6000 dB is beyond the range 0 to 5000 dB; the field keeps 1200 dB");
+        const QString text =
+            QStringLiteral("6000 dB is beyond the range 0 to 5000 dB; the field keeps 1200 dB");
         QCOMPARE(refused[0], (QVariantList{1u, QStringLiteral("6000 dB"), text}));
         QVERIFY(b.bound.hints.value(1)->styleSheet().contains(QLatin1String("red")));
         // Left by a click elsewhere: the same.
