@@ -134,8 +134,12 @@ void form_session::show_device_value(uint32_t id, const QVariant& value)
         return;
     }
     if (_polling && is_pending(id)) {
-        // Noted, not shown: the user's edit stays. Said again only when the device's value changes.
-        _settle(id, news);
+        // Noted, not shown: the user's edit stays. Said once for the edit: a counter changes at
+        // every sweep, and a line each would bury the log.
+        const bool tell = news && !_kept_told.contains(id);
+        _settle(id, tell);
+        if (tell && is_pending(id))
+            _kept_told.insert(id);
         return;
     }
     _show(id, value);
@@ -251,6 +255,8 @@ bool form_session::_typed_value(const QWidget* box) const
 
 void form_session::_take_entry(uint32_t id)
 {
+    // A new edit: what the device holds meanwhile is worth saying again.
+    _kept_told.remove(id);
     // A change to a field that held no value. A spin box that still shows blank (Qt takes Enter
     // as a change even of an unchanged value) holds a value only where the user typed one.
     if (!_holds_no_value(id))
@@ -481,6 +487,7 @@ void form_session::_settle(uint32_t id, bool tell)
     // Fields without a value, and fields never read, have nothing to disagree with; a read-only
     // field never holds a change.
     if (!shown || device == _device.constEnd() || *shown == *device || is_read_only(id)) {
+        _kept_told.remove(id);
         _form->remove_changed_parameter(id);
         _form->set_hint_for_changed_value(id, false, QString());
         return;

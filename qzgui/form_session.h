@@ -136,8 +136,9 @@ public:
      * so that they do not undo what the user sees:
      * - A value read from the device no longer replaces a pending edit, which a sweep would
      *   otherwise take from under the user's hands before it is written: the device's value is
-     *   noted, the field keeps the user's value, pending, and on_pending_kept() comes only when the
-     *   device's value changes. Fields without an edit show the device's values as before;
+     *   noted, the field keeps the user's value, pending, and on_pending_kept() comes once for the
+     *   edit, when the device's value first differs, not at every sweep of a value that keeps
+     *   changing (a counter). Fields without an edit show the device's values as before;
      *   discard_changes() still gives pending fields the device's value back.
      * - An operation's beginning no longer ends error hints, as a sweep begins every interval: a
      *   field's error hint ends when its value next comes, and all of them at begin_operation(),
@@ -239,6 +240,7 @@ private:
     QMap<uint32_t, QVariant> _device;
     std::function<QString(uint32_t, const QVariant&)> _format;
     bool _polling = false;
+    QSet<uint32_t> _kept_told;         // pending fields whose device value was said while polling
     QMap<uint32_t, QString> _failures; // the error hints shown, by id
     // Blank spin boxes whose typing is watched, and the text last typed into one of them: once
     // Qt took the text, a blank box shows blank again whether the user typed its lowest value or

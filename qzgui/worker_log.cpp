@@ -32,17 +32,15 @@ void log_worker_reports(const sat_worker* worker, log_controller* log, resource_
                                   QStringLiteral("connection: ") + texts->get_connection_state_string(state));
                      });
     // Failure texts carry the device's own message: logged printable, as one line.
-    QObject::connect(worker, &sat_worker::on_connection_error, context,
-                     [log, texts](const error_descriptor& err) {
-                         log->log(log_item::ERROR,
-                                  QStringLiteral("connection error: ")
-                                      + printable_text(texts->get_error_descriptor_string(err)));
-                     });
+    QObject::connect(
+        worker, &sat_worker::on_connection_error, context, [log, texts](const error_descriptor& err) {
+            log->log(log_item::ERROR, QStringLiteral("connection error: ") + failure_line(*texts, err));
+        });
     QObject::connect(worker, &sat_worker::on_operation_error, context,
                      [log, texts](sat_worker::operation_type_e op, const error_descriptor& err) {
                          log->log(log_item::ERROR,
                                   texts->get_operation_error_string(op) + QStringLiteral(": ")
-                                      + printable_text(texts->get_error_descriptor_string(err)));
+                                      + failure_line(*texts, err));
                      });
 }
 

@@ -31,7 +31,8 @@ QZGUI_EXPORT QString failure_line(resource_manager& texts, const error_descripto
  * Logs what @p worker reports about whole operations in @p log, in @p texts' words: each phase
  * (INFO, "begin of READ operation"), each connection state (INFO, "connection: connected"), and
  * each connection and operation failure (ERROR, "connection error: ..." and "READ operation
- * failed: ..." with the catalogue's text). Per-parameter values and failures are left to the
+ * failed: ..." with failure_line(): the catalogue's text and what the device or link said, such as
+ * "no connection (Connection refused)"). Per-parameter values and failures are left to the
  * application, which names its parameters.
  *
  * @code

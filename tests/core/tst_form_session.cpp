@@ -292,6 +292,17 @@ private slots:
         QCOMPARE(_session->device_values().value(id_spin), QVariant(15));
         QCOMPARE(kept.size(), 1);
         QCOMPARE(kept[0], (QVariantList{uint(id_spin), 20, 15}));
+        // A value that keeps changing (a counter) is not said at every sweep: once for the edit.
+        for (int count = 16; count < 19; ++count)
+            _session->show_device_value(id_spin, count);
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(_session->device_values().value(id_spin), QVariant(18));
+        // A new edit is worth saying again.
+        retype(_f->spin, QStringLiteral("21"));
+        _session->show_device_value(id_spin, 19);
+        QCOMPARE(kept.size(), 2);
+        QCOMPARE(kept[1], (QVariantList{uint(id_spin), 21, 19}));
+        retype(_f->spin, QStringLiteral("20"));
         // The device comes to hold what the field shows: no change any more.
         _session->show_device_value(id_spin, 20);
         QCOMPARE(pending(), QVector<uint32_t>{id_line});

@@ -81,8 +81,8 @@ private slots:
 
         emit thread.worker()->get_params({1});
         QTRY_COMPARE_WITH_TIMEOUT(operations, 2, 30000);
-        module.fail_next_connect(
-            qz::sim::fault_t::media(qz::api::proto::media_exception::open_failed, "port gone\ncable out"));
+        module.fail_next_connect(qz::sim::fault_t::media(qz::api::proto::media_exception::open_failed,
+                                                         "COM7: port gone\ncable out"));
         emit thread.worker()->get_params({1});
         QTRY_COMPARE_WITH_TIMEOUT(operations, 4, 30000);
         thread.end();
@@ -96,8 +96,9 @@ private slots:
                               "connection: disconnected", "end of READ operation"}));
         const QStringList failed = lines.filter(QStringLiteral("connection error: "));
         QVERIFY2(failed.size() == 1, qPrintable(lines.join('\n')));
-        // One line: the device's message is made printable.
+        // One line: the device's message is made printable, after the catalogue's text.
         QVERIFY2(!failed.first().contains(QLatin1Char('\n')), qPrintable(failed.first()));
+        QVERIFY2(failed.first().contains(QLatin1String(": port gone")), qPrintable(failed.first()));
     }
 
     void the_reports_can_be_switched_off_and_on()
