@@ -2,15 +2,19 @@
 #include "qzgui/poller.h"
 
 #include "qzgui/resource_manager.h"
+#include "qzgui/worker_log.h"
 
 #include <QDateTime>
 #include <QTimer>
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace qz::gui {
+
+using qz::api::proto::media_exception;
 
 /**
  * The values and failures of read sweeps, on their way from the worker's thread: a queued signal
@@ -72,12 +76,8 @@ poller::poller(sat_worker* worker, QObject* parent)
             _connected = true;
     });
     connect(worker, &sat_worker::on_connection_error, this, [this](const error_descriptor& error) {
-        if (!_asked || _link_down)
-            return;
-        _link_down = true;
-        resource_manager texts;
-        texts.set_verbose_level(0);
-        emit on_link(false, texts.get_error_descriptor_string(error));
+        if (_asked && !_link_down)
+            _lose(error);
     });
     // Values and failures are taken in the worker's thread and handed over in batches.
     _inbox = std::make_shared<inbox_t>();
@@ -115,10 +115,13 @@ void poller::_drain()
     for (const inbox_t::report_t& report : reports) {
         if (!_active)
             return;
-        if (report.failed)
+        if (report.failed) {
+            _note_failure(report.error);
             emit on_sample_error(report.id, report.error, report.time);
-        else
+        } else {
+            ++_answers;
             emit on_sample(report.id, report.value, report.time);
+        }
     }
 }
 
@@ -154,16 +157,45 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
     // A sweep is asked only when no request is open, so an asked one is the oldest: it ends first.
     const bool sweep = _asked && _requests > 0;
     _requests = std::max(_requests - 1, 0);
+    // Every report of the operation came before its end: the sweep's outcome is whole.
+    const bool silent = _answers == 0 && _failures == 0 && _silence.has_value();
+    const std::optional<error_descriptor> silence = std::exchange(_silence, std::nullopt);
+    const bool answered = _answers > 0 || _failures > 0;
+    _answers = 0;
+    _failures = 0;
     emit on_request_end(op, sweep);
     if (sweep) {
         _asked = false;
-        if (_connected && _link_down) {
+        if (_connected && silent && !_link_down) {
+            // A device that takes the connection and answers nothing is as lost as one that refuses it.
+            _lose(*silence);
+        } else if (_connected && !silent && (answered || _ids.isEmpty()) && _link_down) {
             _link_down = false;
             resource_manager texts;
             emit on_link(true, texts.get_connection_state_string(sat_worker::state_connected));
         }
     }
     _schedule();
+}
+
+void poller::_note_failure(const error_descriptor& error)
+{
+    // A transport failure (no answer, the connection lost) is silence; any reply is an answer,
+    // a Modbus exception too.
+    if (error.media_type == media_exception::no_error) {
+        ++_failures;
+        return;
+    }
+    if (!_silence)
+        _silence = error;
+}
+
+void poller::_lose(const error_descriptor& error)
+{
+    _link_down = true;
+    resource_manager texts;
+    texts.set_verbose_level(0);
+    emit on_link(false, failure_line(texts, error));
 }
 
 bool poller::_may_ask() const

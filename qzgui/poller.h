@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 class QTimer;
 
@@ -27,8 +28,10 @@ namespace qz::gui {
  *
  * While active it reports every value a read sweep of the worker reports (on_sample()) and every
  * per-parameter failure (on_sample_error()), each with the time it arrived. When a sweep cannot
- * connect, on_link(false) comes once and polling goes on every max(interval, 1 s); the first sweep
- * that connects again gives on_link(true). The worker's persistent mode is on while the poller is
+ * connect, or connects but gets no answer at all (every read failed in the transport: a device
+ * that takes the connection and stays silent), on_link(false) comes once and polling goes on
+ * every max(interval, 1 s); the first sweep that connects and gets an answer (a value, or a reply
+ * that refuses one) gives on_link(true). The worker's persistent mode is on while the poller is
  * active, so that a sweep does not open a connection each time.
  *
  * @code
@@ -64,8 +67,9 @@ Q_SIGNALS:
     void on_sample(uint32_t id, const QVariant& value, qint64 time_ms);
     /// Reading @p id failed with @p error, at @p time_ms.
     void on_sample_error(uint32_t id, const qz::api::proto::error_descriptor& error, qint64 time_ms);
-    /// The device was lost (@p up false: a sweep could not connect) or is back (true); @p text is
-    /// the catalogue's rendering of the failure, or of the connected state.
+    /// The device was lost (@p up false: a sweep could not connect, or got no answer) or is back
+    /// (true); @p text is the failure's line (failure_line(): the catalogue's text and what the
+    /// link said), or the catalogue's text of the connected state.
     void on_link(bool up, const QString& text);
     /**
      * A read or write request to the worker has ended: @p sweep tells whether it was a sweep of
@@ -79,6 +83,8 @@ private:
     struct inbox_t;
 
     void _drain();
+    void _note_failure(const error_descriptor& error);
+    void _lose(const error_descriptor& error);
     void _on_operation(sat_worker::operation_type_e op, sat_worker::operation_status_e status);
     bool _may_ask() const;
     void _schedule();
@@ -94,6 +100,9 @@ private:
     int _requests = 0;          // read and write requests made and not ended, ours and the application's
     bool _connected = false;    // the sweep in progress connected
     bool _link_down = false;    // on_link(false) was said and not yet taken back
+    int _answers = 0;           // values reported since the last operation ended
+    int _failures = 0;          // failures with a reply (a refusal) since then
+    std::optional<error_descriptor> _silence; // the first transport failure since then
     QElapsedTimer _since_sweep; // from the start of the last sweep; invalid before the first
     std::shared_ptr<inbox_t> _inbox;
     QMetaObject::Connection _value_connection;

@@ -315,6 +315,37 @@ private slots:
         for (int i = 1; i < 4; ++i)
             QVERIFY2(asks[i] - asks[i - 1] >= 990, qPrintable(QString::number(asks[i] - asks[i - 1])));
     }
+
+    void a_device_that_answers_nothing_is_lost_like_one_that_refuses_the_connection()
+    {
+        qz::sim::simulated_module module;
+        module.store(1, 1);
+        module.store(2, 2);
+        // It takes the connection, and every read goes unanswered.
+        const fault_t silence =
+            fault_t::media(media_exception::read_failed, "unit 1: no answer within 100 ms");
+        module.fail_read(1, silence, qz::sim::simulated_module::always);
+        module.fail_read(2, silence, qz::sim::simulated_module::always);
+        qz::gui::worker_thread thread(std::make_unique<qz::sim::simulated_worker>(nullptr, &module));
+        qz::gui::poller poller(thread.worker());
+        QSignalSpy links(&poller, &qz::gui::poller::on_link);
+        QSignalSpy errors(&poller, &qz::gui::poller::on_sample_error);
+        poller.start({1, 2}, 50);
+        QTRY_VERIFY_WITH_TIMEOUT(errors.size() >= 6, 30000);
+        // Said once, with what the link said, however many sweeps stay silent.
+        QCOMPARE(links.size(), 1);
+        QCOMPARE(links.at(0).at(0).toBool(), false);
+        QVERIFY2(links.at(0).at(1).toString().endsWith(QLatin1String("no answer within 100 ms")),
+                 qPrintable(links.at(0).at(1).toString()));
+        // One answer, even a refusal, and it is back.
+        module.clear_faults();
+        module.fail_read(1, fault_t::proto(proto_exception::parameter_error, "refused"),
+                         qz::sim::simulated_module::always);
+        module.fail_read(2, silence, qz::sim::simulated_module::always);
+        QTRY_VERIFY_WITH_TIMEOUT(links.size() == 2, 30000);
+        QCOMPARE(links.at(1).at(0).toBool(), true);
+        poller.stop();
+    }
 };
 
 QTEST_MAIN(tst_poller)
