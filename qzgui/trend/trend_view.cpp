@@ -33,6 +33,17 @@ namespace qz::gui {
 
 namespace {
 
+// A value as a built form's field writes it: in hexadecimal, with the decimals a hint gives, or as
+// its shortest decimal, never in exponent form and without group separators.
+QString value_text(const parameter_description& parameter, double value, const QLocale& locale)
+{
+    if (parameter.hexadecimal)
+        return QStringLiteral("0x") + QString::number(quint32(qint64(value)), 16).toUpper();
+    const bool rounded = parameter.type == QMetaType::Double && parameter.decimals >= 0;
+    QString text = locale.toString(value, 'f', rounded ? parameter.decimals : QLocale::FloatingPointShortest);
+    return text.remove(locale.groupSeparator());
+}
+
 constexpr qint64 default_span_ms = 10 * 60 * 1000;
 
 QString legend_text(const parameter_description& parameter)
@@ -199,7 +210,8 @@ struct trend_view::private_t {
         QStringList parts{QDateTime::fromMSecsSinceEpoch(time).toString(QStringLiteral("HH:mm:ss.zzz"))};
         for (const line_t& line : lines) {
             const double value = value_at(line.parameter.id, time);
-            QString text = std::isnan(value) ? QStringLiteral("–") : locale.toString(value, 'g', 10);
+            QString text =
+                std::isnan(value) ? QStringLiteral("–") : value_text(line.parameter, value, locale);
             if (!std::isnan(value) && !line.parameter.unit.isEmpty()) {
                 text += QLatin1Char(' ') + line.parameter.unit;
             }

@@ -142,6 +142,7 @@ private slots:
     void lines_are_the_decimated_samples();
     void a_gap_breaks_the_line();
     void the_read_out_gives_the_values_under_the_mouse();
+    void the_read_out_writes_numbers_as_the_form_does();
     void an_empty_trend_draws_nothing();
     void a_low_plot_has_fewer_value_labels();
 };
@@ -330,6 +331,33 @@ void tst_trend_view::the_read_out_gives_the_values_under_the_mouse()
     // Outside the plot, no read-out.
     move_mouse(trend, -0.2);
     QVERIFY(trend.read_out().isEmpty());
+}
+
+void tst_trend_view::the_read_out_writes_numbers_as_the_form_does()
+{
+    sample_history history;
+    for (int i = 0; i <= 100; ++i) {
+        history.add(1, t0 + i * 1000, 123456789.125);
+        history.add(2, t0 + i * 1000, 433.9);
+        history.add(3, t0 + i * 1000, 65280);
+    }
+    trend_view trend(&history);
+    trend.add_parameter(parameter(1, QStringLiteral("Energy"), QString()));
+    parameter_description frequency = parameter(2, QStringLiteral("Frequency"), QString());
+    frequency.decimals = 3;
+    trend.add_parameter(frequency);
+    parameter_description mask = parameter(3, QStringLiteral("Mask"), QString());
+    mask.type = QMetaType::UInt;
+    mask.hexadecimal = true;
+    trend.add_parameter(mask);
+    trend.set_span(100001);
+    show(trend);
+    move_mouse(trend, 0.5);
+    // Every digit, not 1.234567891e+08; the hint's decimals; hexadecimal as the field shows it.
+    QVERIFY2(trend.read_out().contains(QStringLiteral("Energy: 123456789.125")),
+             qPrintable(trend.read_out()));
+    QVERIFY2(trend.read_out().contains(QStringLiteral("Frequency: 433.900")), qPrintable(trend.read_out()));
+    QVERIFY2(trend.read_out().contains(QStringLiteral("Mask: 0xFF00")), qPrintable(trend.read_out()));
 }
 
 void tst_trend_view::an_empty_trend_draws_nothing()

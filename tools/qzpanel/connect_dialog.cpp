@@ -72,7 +72,7 @@ connect_dialog::connect_dialog(QWidget* parent)
     _parity->addItem(tr("none"), QStringLiteral("none"));
     _parity->addItem(tr("even"), QStringLiteral("even"));
     _parity->addItem(tr("odd"), QStringLiteral("odd"));
-    _parity->setCurrentIndex(std::max(0, _parity->findData(kept(key_parity, QStringLiteral("even")))));
+    _parity->setCurrentIndex(std::max(0, _parity->findData(kept(key_parity, QStringLiteral("none")))));
     _unit->setRange(0, 247);
     _unit->setValue(kept(key_unit, 1).toInt());
     _timeout->setRange(10, 3600000);
@@ -102,6 +102,10 @@ connect_dialog::connect_dialog(QWidget* parent)
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addRow(buttons);
+    // Without a map there is no form to build: OK waits for one.
+    _ok = buttons->button(QDialogButtonBox::Ok);
+    connect(_map, &QLineEdit::textChanged, this, &connect_dialog::_follow_map);
+    _follow_map();
 
     connect(_tcp, &QRadioButton::toggled, this, &connect_dialog::_follow_kind);
     _follow_kind();
@@ -144,6 +148,13 @@ void connect_dialog::accept()
     for (const auto& setting : {cs::repeats_s, cs::repeats_m})
         settings.setValue(QLatin1String(setting.key), _repeats->value());
     QDialog::accept();
+}
+
+void connect_dialog::_follow_map()
+{
+    const bool chosen = !map_path().isEmpty();
+    _ok->setEnabled(chosen);
+    _ok->setToolTip(chosen ? QString() : tr("Choose the device's register map first."));
 }
 
 void connect_dialog::_browse_map()

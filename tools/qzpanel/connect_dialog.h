@@ -8,6 +8,7 @@
 class QComboBox;
 class QLineEdit;
 class QRadioButton;
+class QPushButton;
 class QSpinBox;
 
 namespace qz::panel {
@@ -42,9 +43,12 @@ public:
     QLineEdit* map_field() const { return _map; }
     QSpinBox* timeout_field() const { return _timeout; }
     QSpinBox* repeats_field() const { return _repeats; }
+    /// @return the OK button, enabled once a map is chosen
+    QPushButton* ok_button() const { return _ok; }
 
 private:
     void _browse_map();
+    void _follow_map();
     void _follow_kind();
 
     QRadioButton* _tcp;
@@ -58,6 +62,7 @@ private:
     QLineEdit* _map;
     QSpinBox* _timeout;
     QSpinBox* _repeats;
+    QPushButton* _ok = nullptr;
 };
 
 } // namespace qz::panel

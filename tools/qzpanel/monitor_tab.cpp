@@ -16,6 +16,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSettings>
 #include <QSpinBox>
 #include <QSplitter>
 #include <QTimer>
@@ -28,6 +29,7 @@ namespace qz::panel {
 namespace {
 
 constexpr int redraw_ms = 250; // four redraws a second: a live trend, little work
+const char* const key_interval = "qzpanel/monitor_interval";
 
 QString item_text(const qz::gui::parameter_description& p)
 {
@@ -61,12 +63,13 @@ monitor_tab::monitor_tab(const QVector<qz::gui::parameter_description>& paramete
     _interval = new QSpinBox;
     _interval->setRange(0, 3600000);
     _interval->setSingleStep(100);
-    _interval->setValue(1000);
+    _interval->setValue(QSettings().value(QLatin1String(key_interval), 1000).toInt());
     _interval->setSuffix(tr(" ms"));
     _interval->setToolTip(tr("From the start of one sweep to the start of the next; 0: back to back"));
     _start = new QPushButton(tr("Start"));
     _stop = new QPushButton(tr("Stop"));
     _record = new QPushButton(tr("Record to CSV..."));
+    _stop_recording = new QPushButton(tr("Stop recording"));
     _recording = new QLabel(tr("Not recording"));
     _recording->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
@@ -86,7 +89,10 @@ monitor_tab::monitor_tab(const QVector<qz::gui::parameter_description>& paramete
     buttons->addWidget(_start);
     buttons->addWidget(_stop);
     form->addRow(buttons);
-    form->addRow(_record);
+    auto* recording = new QHBoxLayout;
+    recording->addWidget(_record);
+    recording->addWidget(_stop_recording);
+    form->addRow(recording);
     form->addRow(_recording);
     auto* splitter = new QSplitter;
     splitter->addWidget(controls);
@@ -101,6 +107,7 @@ monitor_tab::monitor_tab(const QVector<qz::gui::parameter_description>& paramete
     });
     connect(_stop, &QPushButton::clicked, this, &monitor_tab::stop);
     connect(_record, &QPushButton::clicked, this, &monitor_tab::_ask_record);
+    connect(_stop_recording, &QPushButton::clicked, this, &monitor_tab::stop_recording);
     // The trend shows what is ticked, polled or not.
     connect(_list, &QListWidget::itemChanged, this, [this](QListWidgetItem* item) {
         const uint32_t id = item->data(Qt::UserRole).toUInt();
@@ -178,6 +185,7 @@ QString monitor_tab::start()
     if (ids.isEmpty())
         return tr("Tick the parameters to monitor first.");
     _polled = ids;
+    QSettings().setValue(QLatin1String(key_interval), _interval->value());
     _poller->start(ids, _interval->value());
     _redraw->start();
     _update_buttons();
@@ -206,22 +214,32 @@ bool monitor_tab::is_active() const
     return _poller->is_active();
 }
 
+int monitor_tab::interval() const
+{
+    return _interval->value();
+}
+
 QString monitor_tab::record(const QString& path)
 {
     if (!_poller->is_active())
         return tr("Start monitoring first: the file records what is polled.");
-    stop_recording();
     QVector<qz::gui::parameter_description> columns;
     for (const qz::gui::parameter_description& p : std::as_const(_parameters))
         if (_polled.contains(p.id))
             columns.append(p);
+    // The recording that runs goes on until the new file is open: a mistyped name loses nothing.
+    std::unique_ptr<qz::gui::sample_recorder> recorder;
     try {
-        _recorder = std::make_unique<qz::gui::sample_recorder>(path, columns);
+        recorder = std::make_unique<qz::gui::sample_recorder>(path, columns);
     } catch (const std::exception& e) {
-        const QString error = QString::fromUtf8(e.what());
+        QString error = QString::fromUtf8(e.what());
+        if (_recorder)
+            error += tr("; recording to %1 goes on").arg(QDir::toNativeSeparators(_record_path));
         emit report(true, qz::gui::printable_text(error));
         return error;
     }
+    stop_recording();
+    _recorder = std::move(recorder);
     connect(_recorder.get(), &qz::gui::sample_recorder::on_fault, this,
             [this](const QString& text) { emit report(true, qz::gui::printable_text(text)); });
     _record_path = path;
@@ -275,6 +293,8 @@ void monitor_tab::_update_buttons()
     _list->setEnabled(!active);
     _interval->setEnabled(!active);
     _record->setEnabled(active);
+    _record->setText(_recorder ? tr("Record to another file...") : tr("Record to CSV..."));
+    _stop_recording->setEnabled(bool(_recorder));
 }
 
 } // namespace qz::panel

@@ -44,7 +44,8 @@ public:
     QVector<uint32_t> ticked() const;
     /// @return the ids the list offers
     QVector<uint32_t> offered() const;
-    /// Sets the interval from the start of one sweep to the start of the next.
+    /// Sets the interval from the start of one sweep to the start of the next; the one last
+    /// started with is remembered in the settings for the next time.
     void set_interval(int ms);
 
     /// Starts polling the ticked parameters. @return an error's text, or empty
@@ -53,12 +54,17 @@ public:
     void stop();
     /// @return whether polling
     bool is_active() const;
+    /// @return the interval set, in ms
+    int interval() const;
     /// @return the ids being polled
     QVector<uint32_t> polled() const { return _polled; }
 
-    /// Records the polled values to the CSV file @p path from now on. @return an error's text, or empty
+    /**
+     * Records the polled values to the CSV file @p path from now on; a recording to another file
+     * ends once this one is open, and goes on where it cannot be. @return an error's text, or empty
+     */
     QString record(const QString& path);
-    /// Stops recording; the file is written out and closed.
+    /// Stops recording, not monitoring; the file is written out and closed.
     void stop_recording();
     /// @return the rows written to the CSV file, or -1 when not recording
     int recorded_rows() const;
@@ -70,6 +76,9 @@ public:
     QPushButton* start_button() const { return _start; }
     QPushButton* stop_button() const { return _stop; }
     QLabel* recording_label() const { return _recording; }
+    QPushButton* record_button() const { return _record; }
+    QPushButton* stop_recording_button() const { return _stop_recording; }
+    QSpinBox* interval_field() const { return _interval; }
 
 Q_SIGNALS:
     /// The device was lost (@p up false) or is back; @p text is the catalogue's.
@@ -95,6 +104,7 @@ private:
     QPushButton* _start = nullptr;
     QPushButton* _stop = nullptr;
     QPushButton* _record = nullptr;
+    QPushButton* _stop_recording = nullptr;
     QLabel* _recording = nullptr;
     qz::gui::trend_view* _trend = nullptr;
     QTimer* _redraw = nullptr;

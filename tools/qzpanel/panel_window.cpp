@@ -22,6 +22,7 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -35,6 +36,7 @@
 #include <QVBoxLayout>
 
 #include <stdexcept>
+#include <utility>
 
 namespace qz::panel {
 
@@ -75,6 +77,10 @@ panel_window::panel_window(const qz::modbus::register_map& map,
             [this](uint32_t id, const QVariant&, const QString& text) {
                 _log->log(log_item::WARN, _name(id) + QStringLiteral(": ") + text);
             });
+    connect(_session.get(), &qz::gui::form_session::on_entry_refused, this,
+            [this](uint32_t id, const QString&, const QString& text) {
+                _log->log(log_item::WARN, _name(id) + QStringLiteral(": ") + qz::gui::printable_text(text));
+            });
     // Nothing of the device's is shown before it is read: no made-up 0 or first choice.
     _session->show_no_values();
     for (auto it = _bindings.widgets.cbegin(); it != _bindings.widgets.cend(); ++it) {
@@ -82,10 +88,12 @@ panel_window::panel_window(const qz::modbus::register_map& map,
         static_cast<QWidget*>(it->second)->setEnabled(false);
     }
 
-    _read = new QPushButton(tr("Read"));
-    _write = new QPushButton(tr("Write"));
-    _discard = new QPushButton(tr("Discard"));
-    _stop = new QPushButton(tr("Stop"));
+    _read = new QPushButton(tr("&Read"));
+    _write = new QPushButton(tr("&Write"));
+    _discard = new QPushButton(tr("&Discard"));
+    _stop = new QPushButton(tr("&Stop"));
+    _read->setToolTip(tr("Reads every parameter (F5, Ctrl+R)"));
+    _write->setToolTip(tr("Writes the pending changes (Ctrl+W, Ctrl+Return)"));
     _stop->setEnabled(false);
     auto* buttons = new QHBoxLayout;
     for (QPushButton* button : {_read, _write, _discard, _stop})
@@ -107,15 +115,22 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     layout->addWidget(_tabs, 3);
     layout->addWidget(_log_list, 1);
     setCentralWidget(central);
-    _status =
-        new QLabel(tr("Device: %1").arg(_texts.get_connection_state_string(sat_worker::state_disconnected)));
-    statusBar()->addWidget(_status);
+    _status = new QLabel;
+    statusBar()->addWidget(_status, 1);
 
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Save parameters..."), this, &panel_window::_ask_save);
     file->addAction(tr("&Load parameters..."), this, &panel_window::_ask_load);
     file->addSeparator();
-    file->addAction(tr("&Quit"), this, &QWidget::close);
+    file->addAction(tr("&Quit"), this, &QWidget::close)->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    QMenu* device = menuBar()->addMenu(tr("&Device"));
+    QAction* read = device->addAction(tr("&Read"), this, &panel_window::read_all);
+    read->setShortcuts({QKeySequence(Qt::Key_F5), QKeySequence(Qt::CTRL | Qt::Key_R)});
+    QAction* write = device->addAction(tr("&Write"), this, &panel_window::write_changes);
+    write->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_W), QKeySequence(Qt::CTRL | Qt::Key_Return),
+                         QKeySequence(Qt::CTRL | Qt::Key_Enter)});
+    device->addAction(tr("&Discard changes"), this, &panel_window::discard_changes);
+    device->addAction(tr("S&top"), this, &panel_window::stop);
 
     _thread = std::make_unique<qz::gui::worker_thread>(
         std::make_unique<qz::modbus::modbus_worker>(nullptr, _module.get(), _map));
@@ -124,13 +139,7 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     _monitor = new monitor_tab(_map.descriptions(), _worker);
     _tabs->addTab(_monitor, tr("Monitor"));
     // The poller shares the worker: it tells which ended request was the window's own.
-    connect(_monitor->poller(), &qz::gui::poller::on_request_end, this,
-            [this](sat_worker::operation_type_e, bool sweep) {
-                if (sweep)
-                    return;
-                _set_busy(false);
-                emit operation_finished();
-            });
+    connect(_monitor->poller(), &qz::gui::poller::on_request_end, this, &panel_window::_request_ended);
     connect(_monitor, &monitor_tab::link_changed, this, &panel_window::_on_link);
     connect(_monitor, &monitor_tab::report, this, [this](bool warning, const QString& text) {
         _log->log(warning ? log_item::WARN : log_item::INFO, text);
@@ -142,9 +151,14 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     connect(_monitor, &monitor_tab::activity_changed, this, [this](bool active) {
         _report_log->set_enabled(!active);
         _session->set_polling(active);
+        if (!active)
+            _link_down = false;
+        _show_status();
     });
     _log->log(log_item::INFO, QStringLiteral("device: ") + qz::gui::printable_text(address));
-    resize(900, 800);
+    _show_status();
+    // Fits a 1366 x 768 screen with its task bar.
+    resize(900, 660);
 }
 
 panel_window::~panel_window()
@@ -176,10 +190,15 @@ QString panel_window::_value_text(uint32_t id, const QVariant& value) const
 void panel_window::_connect_worker()
 {
     _report_log = new qz::gui::worker_report_log(_worker, _log.get(), &_texts, this);
-    connect(_worker, &sat_worker::on_connection_state, this, [this](sat_worker::connection_state_e state) {
-        // While the device is lost, the status bar says so until it is back.
-        if (!_link_down)
-            _status->setText(tr("Device: %1").arg(_texts.get_connection_state_string(state)));
+    // Whose operation failed to reach the device is known at its end (_request_ended()): the
+    // reports of one operation come between its begin and its end.
+    connect(_worker, &sat_worker::on_operation_control, this,
+            [this](sat_worker::operation_type_e, sat_worker::operation_status_e status) {
+                if (status == sat_worker::status_begin)
+                    _unreached.clear();
+            });
+    connect(_worker, &sat_worker::on_connection_error, this, [this](const qz::gui::error_descriptor& err) {
+        _unreached = qz::gui::failure_line(_texts, err);
     });
     // Marked read before the session shows the value, so the field is ready for it.
     connect(_worker, &sat_worker::on_get_param, this, [this](uint32_t id, const QVariant& value) {
@@ -213,21 +232,86 @@ void panel_window::_log_error(const QString& what, uint32_t id, const qz::gui::e
     _session->mark_failed(id, text);
 }
 
+void panel_window::_request_ended(sat_worker::operation_type_e op, bool sweep)
+{
+    const QString unreached = std::exchange(_unreached, QString());
+    const QString now = QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
+    if (sweep) {
+        _last_sweep = now;
+        _show_status();
+        return;
+    }
+    const bool writing = op == sat_worker::op_write;
+    if (unreached.isEmpty()) {
+        _outcome = (writing ? tr("last written at %1") : tr("last read at %1")).arg(now);
+    } else {
+        _outcome = tr("the device was not reached at %1: %2").arg(now, unreached);
+        // While polling the worker's own lines are off: the window says it, as the user asked.
+        if (_monitor->is_active())
+            _log->log(log_item::ERROR,
+                      writing
+                          ? QStringLiteral("write: the device was not reached: %1; %2 change(s) stay pending")
+                                .arg(unreached)
+                                .arg(pending_ids().size())
+                          : QStringLiteral("read: the device was not reached: %1").arg(unreached));
+    }
+    _set_busy(false);
+    emit operation_finished();
+}
+
 void panel_window::_on_link(bool up, const QString& text)
 {
     _link_down = !up;
-    for (const uint32_t id : _monitor->polled())
-        if (!up && !_unread.contains(id))
-            _mark_stale(id, true);
+    const QString now = QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
     if (up) {
-        _status->setText(tr("Device: %1").arg(text));
+        // Polled fields come back with their values; the others stay stale until read.
+        for (const uint32_t id : std::as_const(_stale))
+            field(id)->setToolTip(tr("Stale: read before the device was lost at %1; Read shows what it "
+                                     "holds now.")
+                                      .arg(_lost_since));
         _log->log(log_item::INFO, QStringLiteral("device back: polling goes on"));
     } else {
-        _status->setText(
-            tr("Device lost: %1. The form shows the last values read; polling goes on.").arg(text));
+        _lost_since = now;
+        _lost_text = text;
+        // Every value read is now only the last one known, polled or not.
+        for (auto it = _bindings.widgets.cbegin(); it != _bindings.widgets.cend(); ++it)
+            if (!_unread.contains(it.key()))
+                _mark_stale(it.key(), true);
         _log->log(log_item::WARN,
                   QStringLiteral("device lost: %1; the form keeps the last values").arg(text));
     }
+    _show_status();
+}
+
+void panel_window::_show_status()
+{
+    QString text;
+    if (_monitor && _monitor->is_active() && _link_down)
+        text = tr("Device lost since %1: %2. The form shows the last values read; polling goes on.")
+                   .arg(_lost_since, _lost_text);
+    else if (_busy)
+        text = _busy_text;
+    else if (_monitor && _monitor->is_active())
+        text = (_last_sweep.isEmpty()
+                    ? tr("Polling %n parameter(s) every %1 ms", nullptr, _monitor->polled().size())
+                    : tr("Polling %n parameter(s) every %1 ms; last sweep at %2", nullptr,
+                         _monitor->polled().size())
+                          .arg(_last_sweep))
+                   .arg(_monitor->interval());
+    else
+        text = _outcome.isEmpty() ? tr("Idle") : tr("Idle; %1").arg(_outcome);
+    _status->setText(text);
+}
+
+bool panel_window::_refused_while_lost(const QString& what)
+{
+    if (!_link_down || !_monitor->is_active())
+        return false;
+    const QString text =
+        QStringLiteral("%1 not sent: the device is lost since %2 (%3)").arg(what, _lost_since, _lost_text);
+    _log->log(log_item::WARN, text);
+    statusBar()->showMessage(text, 10000);
+    return true;
 }
 
 void panel_window::_mark_stale(uint32_t id, bool stale)
@@ -247,8 +331,7 @@ void panel_window::_mark_stale(uint32_t id, bool stale)
     if (stale) {
         _stale.insert(id);
         _tool_tips.insert(id, w->toolTip());
-        w->setToolTip(tr("Stale: the last value read, at %1; the device is lost.")
-                          .arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
+        w->setToolTip(tr("Stale: the last value read; the device is lost since %1.").arg(_lost_since));
     } else {
         _stale.remove(id);
         w->setToolTip(_tool_tips.take(id));
@@ -274,19 +357,21 @@ void panel_window::_mark_read(uint32_t id)
     w->setEnabled(!fixed);
 }
 
-void panel_window::_set_busy(bool busy)
+void panel_window::_set_busy(bool busy, const QString& text)
 {
     _busy = busy;
+    _busy_text = text;
     _read->setEnabled(!busy);
     _write->setEnabled(!busy);
     _stop->setEnabled(busy);
+    _show_status();
 }
 
 void panel_window::read_all()
 {
-    if (_busy || !_worker)
+    if (_busy || !_worker || _refused_while_lost(QStringLiteral("Read")))
         return;
-    _set_busy(true);
+    _set_busy(true, tr("Reading..."));
     _session->begin_operation();
     emit _worker->get_params(_map.ids());
 }
@@ -300,13 +385,15 @@ void panel_window::write_changes()
         _log->log(log_item::WARN, QStringLiteral("nothing to write: no field was changed"));
         return;
     }
+    if (_refused_while_lost(QStringLiteral("Write")))
+        return;
     // A 32-bit hex field holds its bits as int; an unsigned parameter takes them as uint.
     for (auto& change : changes) {
         const qz::modbus::register_entry_t* entry = _map.find(change.first);
         if (entry && entry->hexadecimal && entry->type == qz::modbus::type_uint32)
             change.second = QVariant(change.second.toUInt());
     }
-    _set_busy(true);
+    _set_busy(true, tr("Writing..."));
     _session->begin_operation();
     emit _worker->set_params(changes);
 }
@@ -327,8 +414,10 @@ void panel_window::stop()
         _worker->stop();
 }
 
-QString panel_window::save_parameters(const QString& path)
+QString panel_window::save_parameters(const QString& given)
 {
+    // A parameter file is JSON: a name typed without its ending gets it.
+    const QString path = QFileInfo(given).suffix().isEmpty() ? given + QStringLiteral(".json") : given;
     // What the fields show, except fields that never held a value of the device's or the user's.
     const QMap<uint32_t, QVariant> values = _session->shown_values();
     try {
@@ -351,6 +440,10 @@ QString panel_window::load_parameters(const QString& path)
         return QString::fromUtf8(e.what());
     }
     const QVector<uint32_t> unbound = _session->apply_values(values);
+    for (auto it = values.cbegin(); it != values.cend(); ++it)
+        if (_session->is_read_only(it.key()))
+            _log->log(log_item::INFO,
+                      QStringLiteral("%1: read-only; the loaded value is left alone").arg(_name(it.key())));
     // A loaded value is the user's: its field takes edits from now on.
     for (const uint32_t id : pending_ids())
         if (_unread.contains(id))
@@ -397,15 +490,18 @@ void panel_window::_ask_load()
 void panel_window::closeEvent(QCloseEvent* event)
 {
     const int pending = pending_ids().size();
-    if (pending > 0
-        && QMessageBox::question(
-               this, tr("qzpanel"),
-               tr("%n field(s) hold changes that are not on the device. Close and lose them?", nullptr,
-                  pending),
-               QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel)
-            != QMessageBox::Discard) {
-        event->ignore();
-        return;
+    if (pending > 0) {
+        QMessageBox ask(
+            QMessageBox::Question, tr("qzpanel"),
+            tr("%n field(s) hold changes that are not on the device. Close and lose them?", nullptr, pending),
+            QMessageBox::NoButton, this);
+        QPushButton* lose = ask.addButton(tr("&Close and lose them"), QMessageBox::DestructiveRole);
+        ask.setDefaultButton(ask.addButton(tr("&Keep the window open"), QMessageBox::RejectRole));
+        ask.exec();
+        if (ask.clickedButton() != lose) {
+            event->ignore();
+            return;
+        }
     }
     if (pending > 0)
         _log->log(log_item::INFO, QStringLiteral("closing: pending changes discarded"));

@@ -43,8 +43,11 @@ class monitor_tab;
  * holds nothing of the device's, and shows so: disabled, with no value (a check box half-checked).
  *
  * The Monitor tab polls chosen parameters into a trend and a CSV file; their values reach the form
- * too. While the device is lost the form keeps the last values, marked stale, and the status bar
- * says so; polling resumes by itself when the device is back.
+ * too. While the device is lost (it refuses the connection or answers nothing) the form keeps the
+ * last values, every one marked stale until read again, the status bar says since when, and Read
+ * and Write are refused at once with a line saying why; polling resumes by itself when the device
+ * is back. The status bar says what the user needs: polling and the last sweep's time, lost since
+ * when, a request running, or idle with how the last request ended.
  */
 class panel_window : public QMainWindow {
     Q_OBJECT
@@ -106,7 +109,10 @@ private:
     QString _value_text(uint32_t id, const QVariant& value) const;
     void _connect_worker();
     void _mark_read(uint32_t id);
-    void _set_busy(bool busy);
+    void _set_busy(bool busy, const QString& text = QString());
+    void _request_ended(qz::gui::sat_worker::operation_type_e op, bool sweep);
+    void _show_status();
+    bool _refused_while_lost(const QString& what);
     void _end_worker();
     void _ask_save();
     void _ask_load();
@@ -137,6 +143,12 @@ private:
     QPushButton* _discard = nullptr;
     QPushButton* _stop = nullptr;
     bool _busy = false;
+    QString _busy_text;  // what the running request of the window's does
+    QString _unreached;  // the connection failure of the running operation, if any
+    QString _outcome;    // how the window's last request ended, for the idle status
+    QString _last_sweep; // when the last sweep ended
+    QString _lost_since; // when the device was last lost, and why
+    QString _lost_text;
 };
 
 } // namespace qz::panel
