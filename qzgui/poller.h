@@ -61,6 +61,9 @@ public:
     void stop();
     /// @return whether the poller is polling
     bool is_active() const { return _active; }
+    /// @return whether a sweep of the poller's is asked for or running; after stop() the last
+    ///         one may still be, its values on their way
+    bool is_sweeping() const { return _asked; }
 
 Q_SIGNALS:
     /// A read sweep of the worker reported @p value for @p id, at @p time_ms (ms since the epoch, UTC).

@@ -3,19 +3,25 @@
 // key presses, its connection dialog, and the program itself run as a process.
 #include "connect_dialog.h"
 #include "form_fixture.h"
+#include "modbus/raw_modbus_server.h"
 #include "modbus_fixture.h"
 #include "monitor_tab.h"
 #include "panel_window.h"
 #include "temporary_settings.h"
 
 #include <qzgui/modbus/modbus_module.h>
+#include <qzgui/parameter_file.h>
+#include <qzgui/poller.h>
 #include <qzgui/settings_keys.h>
 #include <qzgui/trend/trend_view.h>
 
 #include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QLabel>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
@@ -23,6 +29,8 @@
 #include <QTranslator>
 #include <QtTest>
 
+#include <atomic>
+#include <cstring>
 #include <memory>
 
 using qz::test::device_process;
@@ -52,6 +60,61 @@ QStringList log_lines(const qz::panel::panel_window& window)
     for (int i = 0; i < window.log_list()->count(); ++i)
         lines.append(window.log_list()->item(i)->text());
     return lines;
+}
+
+const QByteArray changing_map_text = R"({"version": 1, "parameters": [
+    {"id": "0x0020", "name": "Temperature", "table": "holding", "address": 0, "type": "float32", "read_only": true,
+     "unit": "degC"},
+    {"id": "0x0021", "name": "Counter", "table": "holding", "address": 2, "type": "uint16", "maximum": 5000}
+]})";
+
+/**
+ * An independent device whose values change at every read, as a meter's do: a read-only float32
+ * temperature (holding 0 and 1) rising by 0.37 and a counter (holding 2) rising by one.
+ */
+struct changing_device {
+    std::atomic<int> served{0};
+    qz::test::raw_modbus_server server{[this](int, const QByteArray& request) {
+        const QByteArray pdu = qz::test::pdu_of(request);
+        qz::test::raw_modbus_server::answer_t answer;
+        if (pdu.size() != 5 || pdu[0] != 0x03) {
+            answer.bytes = qz::test::mbap(request, QByteArray::fromHex("8301"));
+            return answer;
+        }
+        const int start = (uchar(pdu[1]) << 8) | uchar(pdu[2]);
+        const int count = (uchar(pdu[3]) << 8) | uchar(pdu[4]);
+        const int n = served++;
+        const float temperature = 20.0f + 0.37f * float(n);
+        quint32 bits = 0;
+        std::memcpy(&bits, &temperature, sizeof bits);
+        const quint16 words[3] = {quint16(bits >> 16), quint16(bits & 0xFFFF), quint16(100 + n)};
+        QByteArray reply;
+        reply.append(char(0x03)).append(char(2 * count));
+        for (int address = start; address < start + count; ++address) {
+            const quint16 word = address < 3 ? words[address] : 0;
+            reply.append(char(word >> 8)).append(char(word & 0xFF));
+        }
+        answer.bytes = qz::test::mbap(request, reply);
+        return answer;
+    }};
+};
+
+// A float32's value as people write it: its shortest decimal, in fixed notation.
+QString float_text(double value)
+{
+    const float f = float(value);
+    for (int precision = 1; precision <= 9; ++precision) {
+        const QString text = QString::number(double(f), 'g', precision);
+        if (float(text.toDouble()) == f)
+            return QString::number(text.toDouble(), 'f', QLocale::FloatingPointShortest);
+    }
+    return QString();
+}
+
+// Whether a line of the window's log list holds @p text; the list takes lines in batches.
+bool has_line(const qz::panel::panel_window& window, const char* text)
+{
+    return !log_lines(window).filter(QLatin1String(text)).isEmpty();
 }
 
 } // namespace
@@ -392,9 +455,34 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(monitor->history().size(7) >= 2, 30000);
         const QString tool_tip = window->field(3)->toolTip();
 
+        QTRY_VERIFY_WITH_TIMEOUT(window->status_text().contains(QStringLiteral("; last sweep at ")), 30000);
+        QVERIFY2(window->status_text().startsWith(QStringLiteral("Polling 2 parameter(s) every 100 ms")),
+                 qPrintable(window->status_text()));
+        // A field that is not polled, read once.
+        QVERIFY(run(*window, &qz::panel::panel_window::read_all));
+        QVERIFY(window->has_device_value(5));
+
         device->kill();
-        QTRY_VERIFY_WITH_TIMEOUT(window->status_text().startsWith(QStringLiteral("Device lost: ")), 30000);
-        QVERIFY(window->is_stale(3) && window->is_stale(7));
+        QTRY_VERIFY_WITH_TIMEOUT(window->status_text().startsWith(QStringLiteral("Device lost since ")),
+                                 30000);
+        QVERIFY2(window->status_text().contains(QStringLiteral("Connection refused")),
+                 qPrintable(window->status_text()));
+        // Every value read is only the last one known now, polled or not.
+        QVERIFY(window->is_stale(3) && window->is_stale(7) && window->is_stale(5));
+        // Read and Write are refused at once, saying why; the edit stays pending.
+        QSignalSpy finished(window.get(), &qz::panel::panel_window::operation_finished);
+        window->read_all();
+        QVERIFY(!window->is_busy());
+        QTRY_VERIFY(has_line(*window, "Read not sent: the device is lost since "));
+        auto* mode = qobject_cast<QComboBox*>(window->field(5));
+        mode->setFocus();
+        QTest::keyClick(mode, Qt::Key_Down);
+        QCOMPARE(window->pending_ids(), QVector<uint32_t>{5});
+        QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!window->is_busy());
+        QTRY_VERIFY(has_line(*window, "Write not sent: the device is lost since "));
+        QCOMPARE(window->pending_ids(), QVector<uint32_t>{5});
+        QCOMPARE(finished.size(), 0);
         QVERIFY(window->field(3)->font().italic());
         QVERIFY(window->field(3)->toolTip().startsWith(QStringLiteral("Stale: ")));
         // The last values stay in the form.
@@ -406,7 +494,12 @@ private slots:
         device = std::make_unique<device_process>();
         QVERIFY(device->start(_map, QStringLiteral("tcp://127.0.0.1:%1").arg(port)));
         QTRY_VERIFY_WITH_TIMEOUT(!window->is_stale(3) && !window->is_stale(7), 30000);
-        QTRY_VERIFY_WITH_TIMEOUT(window->status_text() == QStringLiteral("Device: connected"), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->status_text().startsWith(QStringLiteral("Polling 2 parameter(s)")),
+                                 30000);
+        // The restarted device holds its first values: a field not polled stays stale until read.
+        QVERIFY(window->is_stale(5));
+        QVERIFY(
+            window->field(5)->toolTip().startsWith(QStringLiteral("Stale: read before the device was lost")));
         QCOMPARE(window->field(3)->toolTip(), tool_tip);
         QVERIFY(!window->field(3)->font().italic());
         const int after = monitor->history().size(7);
@@ -417,6 +510,107 @@ private slots:
             std::any_of(levels.begin(), levels.end(), [](const QPointF& p) { return std::isnan(p.y()); }));
         QVERIFY(!log_lines(*window).filter(QStringLiteral("device lost: ")).isEmpty());
         QTRY_VERIFY(!log_lines(*window).filter(QStringLiteral("device back")).isEmpty());
+        // F5 reads: the field is fresh again, and the pending edit still waits to be written.
+        QTest::keyClick(window.get(), Qt::Key_F5);
+        QVERIFY(window->is_busy());
+        QVERIFY(finished.wait(60000));
+        QVERIFY(!window->is_stale(5));
+        QCOMPARE(window->pending_ids(), QVector<uint32_t>{5});
+        monitor->stop();
+        QVERIFY2(window->status_text().startsWith(QStringLiteral("Idle; last read at ")),
+                 qPrintable(window->status_text()));
+    }
+
+    void a_read_only_float_follows_a_changing_device_exactly()
+    {
+        // As long as QZGUI_SOAK_SECONDS says (an hour, for a soak run), else a few seconds.
+        const int seconds = qEnvironmentVariableIsSet("QZGUI_SOAK_SECONDS")
+            ? qEnvironmentVariableIntValue("QZGUI_SOAK_SECONDS")
+            : 4;
+        const QString map = _dir.filePath(QStringLiteral("changing.json"));
+        QVERIFY(qz::test::write_text(map, changing_map_text));
+        changing_device device;
+        const quint16 port = device.server.start_server();
+        QVERIFY(port != 0);
+        const QString address = QStringLiteral("tcp://127.0.0.1:%1").arg(port);
+        qz::panel::panel_window window(qz::modbus::register_map::load(map),
+                                       std::make_unique<qz::modbus::modbus_module>(address), address);
+        window.show();
+        auto* temperature = qobject_cast<QDoubleSpinBox*>(window.field(0x20));
+        auto* counter = qobject_cast<QSpinBox*>(window.field(0x21));
+        QVERIFY(temperature && counter);
+        qz::panel::monitor_tab* monitor = window.monitor();
+        monitor->set_ticked({0x20, 0x21});
+        monitor->set_interval(20);
+        // After each value, once the form has had it: the field shows a value the device sent, as
+        // its float's shortest decimal, and is never a pending change.
+        QSet<double> sent;
+        int checks = 0;
+        QString wrong;
+        connect(monitor->poller(), &qz::gui::poller::on_sample, this,
+                [&](uint32_t id, const QVariant& value, qint64) {
+                    if (id != 0x20)
+                        return;
+                    sent.insert(value.toDouble());
+                    QTimer::singleShot(0, this, [&] {
+                        ++checks;
+                        const double shown = temperature->value();
+                        const QString expected = float_text(shown) + QStringLiteral(" degC");
+                        if (wrong.isEmpty() && (!sent.contains(shown) || temperature->text() != expected))
+                            wrong =
+                                QStringLiteral("shows %1, expected %2").arg(temperature->text(), expected);
+                        if (wrong.isEmpty() && window.pending_ids().contains(0x20))
+                            wrong = QStringLiteral("%1 is pending").arg(temperature->text());
+                    });
+                });
+        QCOMPARE(monitor->start(), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(window.has_device_value(0x21), 30000);
+        // An edit of the counter stays pending while the device counts on; said once, not per sweep.
+        enter(counter, QStringLiteral("5"));
+        QCOMPARE(window.pending_ids(), QVector<uint32_t>{0x21});
+        QElapsedTimer soak;
+        soak.start();
+        while (soak.elapsed() < seconds * 1000 && wrong.isEmpty())
+            QTest::qWait(200);
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+        QVERIFY2(checks >= seconds * 5, qPrintable(QString::number(checks)));
+        // It went past 300 degC within a thousand reads, with a value shown rounded nowhere.
+        monitor->stop();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+        // The sweep under way at the stop still reaches the form: it shows what the device last sent.
+        QTest::qWait(1000);
+        const float last = 20.0f + 0.37f * float(device.served - 1);
+        QCOMPARE(temperature->text(), float_text(double(last)) + QStringLiteral(" degC"));
+        QCOMPARE(window.pending_ids(), QVector<uint32_t>{0x21});
+        QTRY_VERIFY(has_line(window, "Counter: 5 is pending, the device holds "));
+        QVERIFY(log_lines(window).filter(QStringLiteral("is pending, the device holds")).size() == 1);
+        // A saved file holds the device's exact value.
+        const QString saved = _dir.filePath(QStringLiteral("changing-saved"));
+        QCOMPARE(window.save_parameters(saved), QString());
+        QCOMPARE(qz::gui::load_parameters(saved + QStringLiteral(".json")).value(0x20).toDouble(),
+                 temperature->value());
+
+        // Closing asks about the one field the user changed, with keys for its answers.
+        QString asked;
+        QStringList answers;
+        QTimer::singleShot(0, this, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            asked = box->text();
+            for (QAbstractButton* button : box->buttons())
+                answers.append(button->text());
+            box->reject();
+        });
+        QVERIFY(!window.close());
+        QCOMPARE(asked,
+                 QStringLiteral("1 field(s) hold changes that are not on the device. Close and lose them?"));
+        QCOMPARE(answers.size(), 2);
+        for (const QString& answer : answers)
+            QVERIFY2(answer.contains(QLatin1Char('&')), qPrintable(answer));
+        window.discard_changes();
+        QVERIFY(window.close());
     }
 
     void the_dialog_gives_the_address_and_remembers_it()

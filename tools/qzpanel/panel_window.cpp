@@ -150,7 +150,8 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     // discarded, and a failure's hint until the field's value comes or the user asks again.
     connect(_monitor, &monitor_tab::activity_changed, this, [this](bool active) {
         _report_log->set_enabled(!active);
-        _session->set_polling(active);
+        // The sweep under way at a stop still brings values: they must not replace edits.
+        _session->set_polling(active || _monitor->poller()->is_sweeping());
         if (!active)
             _link_down = false;
         _show_status();
@@ -238,6 +239,8 @@ void panel_window::_request_ended(sat_worker::operation_type_e op, bool sweep)
     const QString now = QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
     if (sweep) {
         _last_sweep = now;
+        if (!_monitor->is_active())
+            _session->set_polling(false);
         _show_status();
         return;
     }
@@ -291,13 +294,13 @@ void panel_window::_show_status()
                    .arg(_lost_since, _lost_text);
     else if (_busy)
         text = _busy_text;
-    else if (_monitor && _monitor->is_active())
-        text = (_last_sweep.isEmpty()
-                    ? tr("Polling %n parameter(s) every %1 ms", nullptr, _monitor->polled().size())
-                    : tr("Polling %n parameter(s) every %1 ms; last sweep at %2", nullptr,
-                         _monitor->polled().size())
-                          .arg(_last_sweep))
+    else if (_monitor && _monitor->is_active() && _last_sweep.isEmpty())
+        text = tr("Polling %n parameter(s) every %1 ms", nullptr, _monitor->polled().size())
                    .arg(_monitor->interval());
+    else if (_monitor && _monitor->is_active())
+        text = tr("Polling %n parameter(s) every %1 ms; last sweep at %2", nullptr, _monitor->polled().size())
+                   .arg(_monitor->interval())
+                   .arg(_last_sweep);
     else
         text = _outcome.isEmpty() ? tr("Idle") : tr("Idle; %1").arg(_outcome);
     _status->setText(text);
