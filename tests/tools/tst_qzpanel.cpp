@@ -131,8 +131,21 @@ class tst_qzpanel : public QObject {
         auto window = std::make_unique<qz::panel::panel_window>(
             qz::modbus::register_map::load(_map),
             std::make_unique<qz::modbus::modbus_module>(device.address()), device.address());
-        window->show();
+        show_active(window.get());
         return window;
+    }
+
+    // Shown and active, as a user's window is: keys, shortcuts and focus reach it. Under Xvfb
+    // no window manager activates it.
+    static void show_active(QWidget* window)
+    {
+        window->show();
+        if (QTest::qWaitForWindowExposed(window)) {
+            window->activateWindow();
+            QApplication::setActiveWindow(window);
+            if (!QTest::qWaitForWindowActive(window))
+                qWarning("the window did not become active");
+        }
     }
 
     static bool run(qz::panel::panel_window& window, void (qz::panel::panel_window::*operation)())
@@ -313,6 +326,25 @@ private slots:
         QTRY_VERIFY(monitor->recording_label()->text().contains(QStringLiteral("row")));
         QVERIFY2(monitor->recording_label()->text().contains(QDir::toNativeSeparators(csv)),
                  qPrintable(monitor->recording_label()->text()));
+        QCOMPARE(monitor->record_button()->text(), QStringLiteral("Record to another file..."));
+        QVERIFY(monitor->stop_recording_button()->isEnabled());
+
+        // A name that cannot be written: the running recording goes on, and the reason is given.
+        const int rows = monitor->recorded_rows();
+        const QString bad = _dir.filePath(QStringLiteral("no such folder/monitor.csv"));
+        const QString refused = monitor->record(bad);
+        QVERIFY2(refused.contains(QStringLiteral("no such folder")), qPrintable(refused));
+        QVERIFY2(
+            refused.endsWith(QStringLiteral("; recording to %1 goes on").arg(QDir::toNativeSeparators(csv))),
+            qPrintable(refused));
+        QTRY_VERIFY_WITH_TIMEOUT(monitor->recorded_rows() >= rows + 2, 30000);
+        QVERIFY(monitor->recording_label()->text().contains(QDir::toNativeSeparators(csv)));
+        // Recording stops on its own; monitoring goes on.
+        QTest::mouseClick(monitor->stop_recording_button(), Qt::LeftButton);
+        QCOMPARE(monitor->recorded_rows(), -1);
+        QVERIFY(monitor->is_active());
+        QCOMPARE(monitor->record_button()->text(), QStringLiteral("Record to CSV..."));
+        QVERIFY(!monitor->stop_recording_button()->isEnabled());
         QTest::mouseClick(monitor->stop_button(), Qt::LeftButton);
         QVERIFY(!monitor->is_active());
         QCOMPARE(monitor->recorded_rows(), -1);
@@ -535,7 +567,7 @@ private slots:
         const QString address = QStringLiteral("tcp://127.0.0.1:%1").arg(port);
         qz::panel::panel_window window(qz::modbus::register_map::load(map),
                                        std::make_unique<qz::modbus::modbus_module>(address), address);
-        window.show();
+        show_active(&window);
         auto* temperature = qobject_cast<QDoubleSpinBox*>(window.field(0x20));
         auto* counter = qobject_cast<QSpinBox*>(window.field(0x21));
         QVERIFY(temperature && counter);
@@ -613,10 +645,89 @@ private slots:
         QVERIFY(window.close());
     }
 
+    void a_silent_device_is_lost_and_a_refused_one_says_why()
+    {
+        // It takes the connection and never answers what is polled.
+        device_process device;
+        QVERIFY(device.start(_map, QStringLiteral("tcp://127.0.0.1:0"),
+                             {"--silent", "holding:8", "--silent", "input:0"}));
+        namespace cs = qz::gui::command_settings;
+        _settings.set(QLatin1String(cs::timeout_s.key), 100);
+        _settings.set(QLatin1String(cs::repeats_s.key), 0);
+        auto window = _open(device);
+        QVERIFY2(window->status_text() == QStringLiteral("Idle"), qPrintable(window->status_text()));
+        qz::panel::monitor_tab* monitor = window->monitor();
+        monitor->set_ticked({3, 7});
+        monitor->set_interval(100);
+        QCOMPARE(monitor->start(), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(window->status_text().startsWith(QStringLiteral("Device lost since ")),
+                                 30000);
+        QVERIFY2(window->status_text().contains(QStringLiteral("no answer within 100 ms")),
+                 qPrintable(window->status_text()));
+        QTRY_VERIFY(has_line(*window, "device lost: "));
+        monitor->stop();
+        _settings.set(QLatin1String(cs::timeout_s.key), cs::timeout_s.default_value);
+        _settings.set(QLatin1String(cs::repeats_s.key), cs::repeats_s.default_value);
+
+        // Nothing listens: the reason comes with the catalogue's text, as qzparam prints it.
+        device.kill();
+        QVERIFY(run(*window, &qz::panel::panel_window::read_all));
+        QTRY_VERIFY2(has_line(*window, "Connection refused"), qPrintable(log_lines(*window).join('\n')));
+        QVERIFY2(window->status_text().startsWith(QStringLiteral("Idle; the device was not reached at ")),
+                 qPrintable(window->status_text()));
+    }
+
+    void an_entry_beyond_a_bound_is_refused_with_a_warning()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        auto window = _open(device);
+        QVERIFY(run(*window, &qz::panel::panel_window::read_all));
+        auto* gain = qobject_cast<QSpinBox*>(window->field(3));
+        QCOMPARE(gain->toolTip(), QStringLiteral("Range: 0 to 60 dB"));
+        retype(gain, QStringLiteral("61"));
+        QCOMPARE(gain->text(), QStringLiteral("61 dB"));
+        // Write takes the entry first: it is refused whole, and nothing is written.
+        QTest::mouseClick(window->write_button(), Qt::LeftButton);
+        QCOMPARE(gain->value(), 12);
+        QVERIFY(window->pending_ids().isEmpty());
+        QTRY_VERIFY(
+            has_line(*window, "0x0003 Gain: 61 dB is beyond the range 0 to 60 dB; the field keeps 12 dB"));
+        QTRY_VERIFY(has_line(*window, "nothing to write"));
+    }
+
+    void the_window_fits_a_small_screen_and_remembers_the_interval()
+    {
+        device_process device;
+        QVERIFY(device.start(_map));
+        {
+            auto window = _open(device);
+            QVERIFY2(window->width() <= 1366 && window->height() <= 740,
+                     qPrintable(QStringLiteral("%1 x %2").arg(window->width()).arg(window->height())));
+            QVERIFY(window->minimumSizeHint().height() <= 740);
+            window->monitor()->set_ticked({7});
+            window->monitor()->set_interval(250);
+            QCOMPARE(window->monitor()->start(), QString());
+            window->monitor()->stop();
+        }
+        auto window = _open(device);
+        QCOMPARE(window->monitor()->interval_field()->value(), 250);
+        // Ctrl+R reads as F5 does.
+        QSignalSpy finished(window.get(), &qz::panel::panel_window::operation_finished);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(finished.wait(60000));
+        QVERIFY(window->has_device_value(3));
+    }
+
     void the_dialog_gives_the_address_and_remembers_it()
     {
         {
             qz::panel::connect_dialog dialog;
+            // The module's default parity, and no OK before a map is chosen.
+            QCOMPARE(dialog.parity_field()->currentData().toString(), QStringLiteral("none"));
+            dialog.map_field()->clear();
+            QVERIFY(!dialog.ok_button()->isEnabled());
             dialog.tcp_button()->setChecked(true);
             retype(dialog.host_field(), QStringLiteral("127.0.0.1"));
             dialog.port_field()->setValue(1502);

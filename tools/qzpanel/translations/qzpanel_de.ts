@@ -79,6 +79,10 @@
         <source>Register maps (*.json);;All files (*)</source>
         <translation>Registerkarten (*.json);;Alle Dateien (*)</translation>
     </message>
+    <message>
+        <source>Choose the device&apos;s register map first.</source>
+        <translation>Zuerst die Registerkarte des Geräts wählen.</translation>
+    </message>
 </context>
 <context>
     <name>qz::panel::monitor_tab</name>
@@ -137,32 +141,24 @@
             <numerusform>Aufzeichnung in %1: %n Zeilen</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Stop recording</source>
+        <translation>Aufzeichnung beenden</translation>
+    </message>
+    <message>
+        <source>; recording to %1 goes on</source>
+        <translation>; die Aufzeichnung in %1 geht weiter</translation>
+    </message>
+    <message>
+        <source>Record to another file...</source>
+        <translation>In eine andere Datei aufzeichnen...</translation>
+    </message>
 </context>
 <context>
     <name>qz::panel::panel_window</name>
     <message>
         <source>qzpanel - %1</source>
         <translation>qzpanel - %1</translation>
-    </message>
-    <message>
-        <source>Read</source>
-        <translation>Lesen</translation>
-    </message>
-    <message>
-        <source>Write</source>
-        <translation>Schreiben</translation>
-    </message>
-    <message>
-        <source>Discard</source>
-        <translation>Verwerfen</translation>
-    </message>
-    <message>
-        <source>Stop</source>
-        <translation>Anhalten</translation>
-    </message>
-    <message>
-        <source>Device: %1</source>
-        <translation>Gerät: %1</translation>
     </message>
     <message>
         <source>&amp;File</source>
@@ -212,12 +208,102 @@
         <translation>Überwachung</translation>
     </message>
     <message>
-        <source>Device lost: %1. The form shows the last values read; polling goes on.</source>
-        <translation>Gerät verloren: %1. Das Formular zeigt die zuletzt gelesenen Werte; die Abfrage läuft weiter.</translation>
+        <source>&amp;Read</source>
+        <translation>&amp;Lesen</translation>
     </message>
     <message>
-        <source>Stale: the last value read, at %1; the device is lost.</source>
-        <translation>Veraltet: der zuletzt gelesene Wert, von %1; das Gerät ist verloren.</translation>
+        <source>&amp;Write</source>
+        <translation>&amp;Schreiben</translation>
+    </message>
+    <message>
+        <source>&amp;Discard</source>
+        <translation>&amp;Verwerfen</translation>
+    </message>
+    <message>
+        <source>&amp;Stop</source>
+        <translation>&amp;Anhalten</translation>
+    </message>
+    <message>
+        <source>Reads every parameter (F5, Ctrl+R)</source>
+        <translation>Liest jeden Parameter (F5, Strg+R)</translation>
+    </message>
+    <message>
+        <source>Writes the pending changes (Ctrl+W, Ctrl+Return)</source>
+        <translation>Schreibt die offenen Änderungen (Strg+W, Strg+Eingabe)</translation>
+    </message>
+    <message>
+        <source>&amp;Device</source>
+        <translation>&amp;Gerät</translation>
+    </message>
+    <message>
+        <source>&amp;Discard changes</source>
+        <translation>Änderungen &amp;verwerfen</translation>
+    </message>
+    <message>
+        <source>S&amp;top</source>
+        <translation>An&amp;halten</translation>
+    </message>
+    <message>
+        <source>last written at %1</source>
+        <translation>zuletzt geschrieben um %1</translation>
+    </message>
+    <message>
+        <source>last read at %1</source>
+        <translation>zuletzt gelesen um %1</translation>
+    </message>
+    <message>
+        <source>the device was not reached at %1: %2</source>
+        <translation>das Gerät war um %1 nicht erreichbar: %2</translation>
+    </message>
+    <message>
+        <source>Stale: read before the device was lost at %1; Read shows what it holds now.</source>
+        <translation>Veraltet: gelesen, bevor das Gerät um %1 verloren ging; Lesen zeigt, was es jetzt hält.</translation>
+    </message>
+    <message>
+        <source>Device lost since %1: %2. The form shows the last values read; polling goes on.</source>
+        <translation>Gerät verloren seit %1: %2. Das Formular zeigt die zuletzt gelesenen Werte; die Abfrage läuft weiter.</translation>
+    </message>
+    <message numerus="yes">
+        <source>Polling %n parameter(s) every %1 ms</source>
+        <translation>
+            <numerusform>Frage %n Parameter alle %1 ms ab</numerusform>
+            <numerusform>Frage %n Parameter alle %1 ms ab</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Polling %n parameter(s) every %1 ms; last sweep at %2</source>
+        <translation>
+            <numerusform>Frage %n Parameter alle %1 ms ab; letzte Abfrage um %2</numerusform>
+            <numerusform>Frage %n Parameter alle %1 ms ab; letzte Abfrage um %2</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Idle</source>
+        <translation>Bereit</translation>
+    </message>
+    <message>
+        <source>Idle; %1</source>
+        <translation>Bereit; %1</translation>
+    </message>
+    <message>
+        <source>Stale: the last value read; the device is lost since %1.</source>
+        <translation>Veraltet: der zuletzt gelesene Wert; das Gerät ist seit %1 verloren.</translation>
+    </message>
+    <message>
+        <source>Reading...</source>
+        <translation>Lesen...</translation>
+    </message>
+    <message>
+        <source>Writing...</source>
+        <translation>Schreiben...</translation>
+    </message>
+    <message>
+        <source>&amp;Close and lose them</source>
+        <translation>&amp;Schließen und verwerfen</translation>
+    </message>
+    <message>
+        <source>&amp;Keep the window open</source>
+        <translation>Fenster &amp;offen lassen</translation>
     </message>
 </context>
 </TS>
