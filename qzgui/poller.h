@@ -98,15 +98,15 @@ private:
     QVector<uint32_t> _ids;
     int _interval = 0;
     bool _active = false;
-    int _running = 0;           // operations of the worker begun and not yet ended, as seen here
-    bool _asked = false;        // a sweep of ours is asked for and has not ended
-    int _requests = 0;          // read and write requests made and not ended, ours and the application's
-    bool _connected = false;    // the sweep in progress connected
-    bool _link_down = false;    // on_link(false) was said and not yet taken back
-    int _answers = 0;           // values reported since the last operation ended
-    int _failures = 0;          // failures with a reply (a refusal) since then
+    int _running = 0;        // operations of the worker begun and not yet ended, as seen here
+    bool _asked = false;     // a sweep of ours is asked for and has not ended
+    int _requests = 0;       // read and write requests made and not ended, ours and the application's
+    bool _connected = false; // the sweep in progress connected
+    bool _link_down = false; // on_link(false) was said and not yet taken back
+    int _answers = 0;        // values reported since the last operation ended
+    int _failures = 0;       // failures with a reply (a refusal) since then
     std::optional<error_descriptor> _silence; // the first transport failure since then
-    QElapsedTimer _since_sweep; // from the start of the last sweep; invalid before the first
+    QElapsedTimer _since_sweep;               // from the start of the last sweep; invalid before the first
     std::shared_ptr<inbox_t> _inbox;
     QMetaObject::Connection _value_connection;
     QMetaObject::Connection _error_connection;
