@@ -253,11 +253,12 @@ private slots:
         QVERIFY(watch.wait_for(rows_while_down + 2));
         QCOMPARE(watch.end(SIGTERM), 0);
 
-        QCOMPARE(
-            watch.errors,
-            (QStringList{QStringLiteral("qzparam: %1: device lost: please check com port and device address")
-                             .arg(address),
-                         QStringLiteral("qzparam: %1: device back").arg(address)}));
+        QCOMPARE(watch.errors,
+                 (QStringList{
+                     QStringLiteral("qzparam: %1: device lost: please check com port and device address: no "
+                                    "connection (Connection refused)")
+                         .arg(address),
+                     QStringLiteral("qzparam: %1: device back").arg(address)}));
         // Whole rows before and after; at most the sweep the kill cut short has empty cells.
         QCOMPARE(check_rows(watch.out.mid(1, rows_before - 2), values), QString());
         QCOMPARE(check_rows(watch.out.mid(rows_while_down + 1), values), QString());
