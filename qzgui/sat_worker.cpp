@@ -4,13 +4,30 @@
 #include "qzgui/local_time_p.h"
 #include "qzgui/settings_keys.h"
 
+#include <QMetaMethod>
 #include <QMutexLocker>
 #include <QSettings>
 
 #include <stdexcept>
 
 #if defined(__SANITIZE_THREAD__)
+#include <QThread>
+
+#include <mutex>
+
 #include <sanitizer/tsan_interface.h>
+
+// Qt's hook into every signal emission, in the emitting thread, as Qt Test uses it (QtCore's
+// private interface, the same in Qt 5.15 and Qt 6).
+struct QSignalSpyCallbackSet {
+    using BeginCallback = void (*)(QObject* caller, int signal_or_method_index, void** argv);
+    using EndCallback = void (*)(QObject* caller, int signal_or_method_index);
+    BeginCallback signal_begin_callback;
+    BeginCallback slot_begin_callback;
+    EndCallback signal_end_callback;
+    EndCallback slot_end_callback;
+};
+Q_CORE_EXPORT void qt_register_signal_spy_callbacks(QSignalSpyCallbackSet* callback_set);
 #endif
 
 namespace qz::gui {
@@ -23,11 +40,23 @@ namespace {
 // A request's data goes from the caller's thread to the worker's through Qt's event queue, whose
 // locks ThreadSanitizer cannot see, as Qt is not built for it. It is told of the hand-over
 // instead: what the caller wrote before the request comes before what the worker reads of it.
-// Nothing outside a ThreadSanitizer build.
-void request_sent([[maybe_unused]] sat_worker* worker)
+// The caller's side is Qt's signal hook, so that each request keeps its one connection to its
+// slot; a ThreadSanitizer build adds it, and nothing else does.
+#if defined(__SANITIZE_THREAD__)
+void request_sent(QObject* caller, int, void**)
+{
+    // Requests are the only signals of a worker that another thread emits.
+    if (caller->thread() != QThread::currentThread() && qobject_cast<sat_worker*>(caller))
+        __tsan_release(caller);
+}
+#endif
+
+void watch_requests()
 {
 #if defined(__SANITIZE_THREAD__)
-    __tsan_release(worker);
+    static QSignalSpyCallbackSet hook{&request_sent, nullptr, nullptr, nullptr};
+    static std::once_flag once;
+    std::call_once(once, [] { qt_register_signal_spy_callbacks(&hook); });
 #endif
 }
 
@@ -100,23 +129,21 @@ sat_worker::sat_worker(QObject* parent, api::proto::qz_module* module)
     : QObject(parent)
     , module(module)
 {
-    // Member-function pointers reach a concrete worker's overrides through the virtual slots.
-    connect(this, &sat_worker::connect_module, this, &sat_worker::_connect_module);
-    connect(this, &sat_worker::disconnect_module, this, &sat_worker::_disconnect_module);
-    // A request with data is marked sent in the caller's thread before Qt queues it (connections
-    // run in the order made), and taken as the worker's thread begins it.
-    connect(
-        this, &sat_worker::get_params, this, [this] { request_sent(this); }, Qt::DirectConnection);
-    connect(
-        this, &sat_worker::set_params, this, [this] { request_sent(this); }, Qt::DirectConnection);
-    connect(this, &sat_worker::get_params, this, [this](const QVector<uint32_t>& ids) {
-        request_taken(this);
-        _get_params(ids);
-    });
-    connect(this, &sat_worker::set_params, this, [this](const QVector<QPair<uint32_t, QVariant>>& values) {
-        request_taken(this);
-        _set_params(values);
-    });
+    // One connection each, to the slot of the request's name, which a host may find, inspect or
+    // re-route by name. Made through the meta-object, as a connection by name is: Qt keeps one
+    // made with member-function pointers as a functor that QObject::disconnect() with the slot's
+    // name does not find. The virtual slots reach a concrete worker's overrides either way.
+    const QMetaObject& meta = staticMetaObject;
+    const auto to_slot = [&](const QMetaMethod& request, const QByteArray& slot) {
+        connect(this, request, this, meta.method(meta.indexOfSlot(slot.constData())));
+    };
+    to_slot(QMetaMethod::fromSignal(&sat_worker::connect_module), "_connect_module()");
+    to_slot(QMetaMethod::fromSignal(&sat_worker::disconnect_module), "_disconnect_module()");
+    to_slot(QMetaMethod::fromSignal(&sat_worker::get_params),
+            QByteArray("_get_params(") + read_request_type + ')');
+    to_slot(QMetaMethod::fromSignal(&sat_worker::set_params),
+            QByteArray("_set_params(") + write_request_type + ')');
+    watch_requests();
 }
 
 void sat_worker::stop()
@@ -201,11 +228,13 @@ void sat_worker::_run_sweep(operation_type_e op, int count, const std::function<
 
 void sat_worker::_get_params(const QVector<uint32_t>& params)
 {
+    request_taken(this);
     _run_sweep(op_read, params.size(), [&](int i) { _try_get_param(params[i]); });
 }
 
 void sat_worker::_set_params(const QVector<QPair<uint32_t, QVariant>>& params)
 {
+    request_taken(this);
     _run_sweep(op_write, params.size(), [&](int i) { _try_set_param(params[i].first, params[i].second); });
 }
 

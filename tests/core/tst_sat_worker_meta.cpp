@@ -37,6 +37,13 @@ int type_named(const char* name)
 #endif
 }
 
+// The four requests' normalised signatures, as the worker's meta-object has them.
+QList<QByteArray> request_signals()
+{
+    return {"connect_module()", "disconnect_module()", QByteArray("get_params(") + read_request_name + ")",
+            QByteArray("set_params(") + write_request_name + ")"};
+}
+
 const char unregistered_child[] = "--unregistered-request-child";
 
 // A worker living in its own QThread, torn down the way an application does it.
@@ -234,6 +241,46 @@ private slots:
         emit worker.disconnect_module();
         QCOMPARE(worker.calls, 2);
         QCOMPARE(module.count(simulated_module::call_disconnect), 0);
+    }
+
+    void each_request_has_one_connection_to_its_slot()
+    {
+        struct counted : test_worker {
+            using test_worker::test_worker;
+            int connections(const QByteArray& signal) const { return receivers(signal.constData()); }
+        };
+        simulated_module module;
+        counted worker(nullptr, &module);
+        for (const QByteArray& request : request_signals())
+            QVERIFY2(worker.connections(QByteArray::number(QSIGNAL_CODE) + request) == 1,
+                     request.constData());
+    }
+
+    void a_request_disconnected_by_name_can_be_rerouted_to_the_host()
+    {
+        threaded_worker w;
+        QSignalSpy control(&w.worker, &W::on_operation_control);
+        // Each request's connection is found by the names of signal and slot.
+        const QList<QByteArray> requests = request_signals();
+        for (const QByteArray& request : requests)
+            QVERIFY2(QObject::disconnect(&w.worker, (QByteArray::number(QSIGNAL_CODE) + request).constData(),
+                                         &w.worker,
+                                         (QByteArray::number(QSLOT_CODE) + '_' + request).constData()),
+                     request.constData());
+        // The host's own slot takes the read instead; the worker runs nothing.
+        QVector<uint32_t> taken;
+        QObject host;
+        QObject::connect(&w.worker, &W::get_params, &host,
+                         [&](const QVector<uint32_t>& ids) { taken = ids; });
+        emit w.worker.get_params({7, 8});
+        emit w.worker.set_params({{7, 1}});
+        emit w.worker.connect_module();
+        emit w.worker.disconnect_module();
+        QTRY_COMPARE_WITH_TIMEOUT(taken, (QVector<uint32_t>{7, 8}), 60000);
+        // A read queued behind them would have run by now.
+        QTest::qWait(200);
+        QCOMPARE(control.count(), 0);
+        QVERIFY(w.module.calls().isEmpty());
     }
 
     void string_signature_with_uint32_t_connects()
