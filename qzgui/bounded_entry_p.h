@@ -7,6 +7,8 @@
 #include <QString>
 #include <QValidator>
 
+class QWidget;
+
 namespace qz::gui {
 
 /**
@@ -43,6 +45,49 @@ protected:
 
 private:
     mutable QString _refused;
+};
+
+/**
+ * A spin box of a built form (QSpinBox or QDoubleSpinBox) that refuses an entry beyond its range
+ * whole, and takes a value when the entry ends (Enter, leaving the field, a step): typing 6 on the
+ * way to 60 is no value of its own.
+ */
+template <typename Box>
+class bounded_box : public Box, public bounded_entry {
+public:
+    explicit bounded_box(QWidget* parent = nullptr)
+        : Box(parent)
+    {
+        this->setKeyboardTracking(false);
+    }
+
+    QString range_text() const override
+    {
+        // Without group separators, as the box takes numbers (QSpinBox keeps one in INT_MIN).
+        const auto text = [this](auto value) {
+            return this->textFromValue(value).remove(this->locale().groupSeparator());
+        };
+        return bounded_entry::range_text(text(this->minimum()), text(this->maximum()), _box());
+    }
+
+protected:
+    QValidator::State validate(QString& text, int& position) const override
+    {
+        return allow_beyond(Box::validate(text, position), text, _box());
+    }
+
+    void fixup(QString& text) const override
+    {
+        refuse_beyond(text, _box());
+        Box::fixup(text);
+    }
+
+private:
+    box_t _box() const
+    {
+        return {this->prefix(), this->suffix(), this->locale(), double(this->minimum()),
+                double(this->maximum())};
+    }
 };
 
 } // namespace qz::gui

@@ -11,28 +11,20 @@ namespace qz::gui {
 
 /**
  * The QDoubleSpinBox of a built form, taking values and refusing entries beyond its range as
- * form_spin_box does. With exact_decimals (a field without a decimals hint) it keeps every double
- * exactly and shows each as its shortest decimal, so a device's 24.25 reads 24.25, not 24.3, and
- * 24.5 reads 24.5, not 24.50000; fewer decimals, set here or by a widget profile, round as usual.
+ * every bounded_box does. With exact_decimals (a field without a decimals hint) it keeps every
+ * double exactly and shows each as its shortest decimal, so a device's 24.25 reads 24.25, not
+ * 24.3, and 24.5 reads 24.5, not 24.50000; fewer decimals, set here or by a widget profile, round
+ * as usual.
  */
-class form_double_spin_box : public QDoubleSpinBox, public bounded_entry {
+class form_double_spin_box : public bounded_box<QDoubleSpinBox> {
 public:
     /// The decimals that mean "every double exactly": the most QDoubleSpinBox takes.
     static constexpr int exact_decimals = 323;
 
-    explicit form_double_spin_box(QWidget* parent = nullptr);
+    using bounded_box::bounded_box;
     ~form_double_spin_box() override;
 
     QString textFromValue(double value) const override;
-
-    QString range_text() const override;
-
-protected:
-    QValidator::State validate(QString& text, int& position) const override;
-    void fixup(QString& text) const override;
-
-private:
-    box_t _box() const;
 };
 
 } // namespace qz::gui
