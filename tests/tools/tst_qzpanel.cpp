@@ -30,6 +30,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <charconv>
 #include <cstring>
 #include <memory>
 
@@ -99,16 +100,13 @@ struct changing_device {
     }};
 };
 
-// A float32's value as people write it: its shortest decimal, in fixed notation.
+// A float32's value as people write it: its shortest decimal, in fixed notation, chosen as the
+// C++ library chooses it (of two equally short, the nearer; 32769.8125 is 32769.812).
 QString float_text(double value)
 {
-    const float f = float(value);
-    for (int precision = 1; precision <= 9; ++precision) {
-        const QString text = QString::number(double(f), 'g', precision);
-        if (float(text.toDouble()) == f)
-            return QString::number(text.toDouble(), 'f', QLocale::FloatingPointShortest);
-    }
-    return QString();
+    char text[64];
+    const auto end = std::to_chars(text, text + sizeof text, float(value), std::chars_format::fixed).ptr;
+    return QString::fromLatin1(text, int(end - text));
 }
 
 // Whether a line of the window's log list holds @p text; the list takes lines in batches.
