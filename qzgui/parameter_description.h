@@ -48,9 +48,10 @@ struct QZGUI_EXPORT parameter_description {
     QVariant minimum;
     /// The inclusive upper bound in the value's own type; invalid: the type's own bound.
     QVariant maximum;
-    /// A spin box's step; 0: 1 for integers, 10^-decimals for doubles.
+    /// A spin box's step; 0: 1 for integers, 10^-decimals for doubles (0.1 without decimals).
     double step = 0;
-    /// Doubles: digits after the point; -1: as many as the step needs, at least 1.
+    /// Doubles: digits after the point; -1: every value exactly, as its shortest decimal (24.25,
+    /// 24.5, 5), so that no value of the device's is shown rounded.
     int decimals = -1;
     /// Not empty: the value is one of these (value, text), shown by its text.
     QVector<QPair<QVariant, QString>> choices;
