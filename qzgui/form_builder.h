@@ -25,11 +25,18 @@ struct parameter_description;
  * - Int or UInt: a QSpinBox over the bounds; a UInt range past 2^31-1, which a QSpinBox cannot
  *   hold, gets a QDoubleSpinBox without decimals, which holds every integer of the range exactly
  *   and takes no other;
- * - Double: a QDoubleSpinBox with the bounds, decimals and step;
+ * - Double: a QDoubleSpinBox with the bounds, decimals and step; without decimals, every value
+ *   exactly, as its shortest decimal (24.25, not 24.3);
  * - QString: a QLineEdit with the maximum length.
  *
+ * The spin boxes (a HexSpinBox aside) take a value when the entry ends (Enter, leaving the field,
+ * a step), and refuse an entry beyond their range whole, where a plain Qt spin box keeps its
+ * prefix (form_session::on_entry_refused() says so); the range given stands in the tool tip
+ * ("Range: 0 to 60 dB").
+ *
  * A read-only field stays readable but unchangeable: spin boxes and line edits are read-only,
- * check and combo boxes disabled. The unit is a spin box's suffix (" dB"), and a QLabel after any
+ * check and combo boxes disabled; it carries the dynamic property "qz_read_only", and its bounds
+ * are left out, so that it shows whatever the device holds. The unit is a spin box's suffix (" dB"), and a QLabel after any
  * other field (a HexSpinBox included, whose text is the number alone). The description is the
  * tool tip of label and field. Rows of one group lie in one QGroupBox titled with the group;
  * groups, and rows without one, follow in order of first appearance.
