@@ -150,6 +150,8 @@ panel_window::panel_window(const qz::modbus::register_map& map,
     // discarded, and a failure's hint until the field's value comes or the user asks again.
     connect(_monitor, &monitor_tab::activity_changed, this, [this](bool active) {
         _report_log->set_enabled(!active);
+        if (active)
+            _last_sweep.clear();
         // The sweep under way at a stop still brings values: they must not replace edits.
         _session->set_polling(active || _monitor->poller()->is_sweeping());
         if (!active)
@@ -310,8 +312,12 @@ bool panel_window::_refused_while_lost(const QString& what)
 {
     if (!_link_down || !_monitor->is_active())
         return false;
-    const QString text =
-        QStringLiteral("%1 not sent: the device is lost since %2 (%3)").arg(what, _lost_since, _lost_text);
+    const QString then = what == QLatin1String("Write")
+        ? QStringLiteral("the %1 pending change(s) stay, to be written once it is back")
+              .arg(pending_ids().size())
+        : QStringLiteral("the polled fields are read again once it is back");
+    const QString text = QStringLiteral("%1 not sent: the device is lost since %2 (%3); %4")
+                             .arg(what, _lost_since, _lost_text, then);
     _log->log(log_item::WARN, text);
     statusBar()->showMessage(text, 10000);
     return true;
