@@ -661,7 +661,7 @@ private slots:
         QCOMPARE(monitor->start(), QString());
         QTRY_VERIFY_WITH_TIMEOUT(window->status_text().startsWith(QStringLiteral("Device lost since ")),
                                  30000);
-        QVERIFY2(window->status_text().contains(QStringLiteral("no answer within 100 ms")),
+        QVERIFY2(window->status_text().contains(QStringLiteral(": no answer within ")),
                  qPrintable(window->status_text()));
         QTRY_VERIFY(has_line(*window, "device lost: "));
         monitor->stop();
@@ -671,7 +671,9 @@ private slots:
         // Nothing listens: the reason comes with the catalogue's text, as qzparam prints it.
         device.kill();
         QVERIFY(run(*window, &qz::panel::panel_window::read_all));
-        QTRY_VERIFY2(has_line(*window, "Connection refused"), qPrintable(log_lines(*window).join('\n')));
+        QTRY_VERIFY2(
+            has_line(*window, "connection error: please check com port and device address: no connection ("),
+            qPrintable(log_lines(*window).join('\n')));
         QVERIFY2(window->status_text().startsWith(QStringLiteral("Idle; the device was not reached at ")),
                  qPrintable(window->status_text()));
     }
