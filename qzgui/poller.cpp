@@ -158,7 +158,8 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
     const bool sweep = _asked && _requests > 0;
     _requests = std::max(_requests - 1, 0);
     // Every report of the operation came before its end: the sweep's outcome is whole.
-    const bool silent = _answers == 0 && _failures == 0 && _silence.has_value();
+    // After stop() the reports are dropped: such a sweep tells nothing.
+    const bool silent = _active && _answers == 0 && _failures == 0 && _silence.has_value();
     const std::optional<error_descriptor> silence = std::exchange(_silence, std::nullopt);
     const bool answered = _answers > 0 || _failures > 0;
     _answers = 0;
@@ -169,7 +170,7 @@ void poller::_on_operation(sat_worker::operation_type_e op, sat_worker::operatio
         if (_connected && silent && !_link_down) {
             // A device that takes the connection and answers nothing is as lost as one that refuses it.
             _lose(*silence);
-        } else if (_connected && !silent && (answered || _ids.isEmpty()) && _link_down) {
+        } else if (_active && _connected && !silent && (answered || _ids.isEmpty()) && _link_down) {
             _link_down = false;
             resource_manager texts;
             emit on_link(true, texts.get_connection_state_string(sat_worker::state_connected));
