@@ -29,6 +29,7 @@
 #include <QTranslator>
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cstring>
@@ -71,7 +72,7 @@ const QByteArray changing_map_text = R"({"version": 1, "parameters": [
 
 /**
  * An independent device whose values change at every read, as a meter's do: a read-only float32
- * temperature (holding 0 and 1) rising by 0.37 and a counter (holding 2) rising by one.
+ * temperature (holding 0 and 1) rising by 0.37 and a counter (holding 2) rising by one, to 65535.
  */
 struct changing_device {
     std::atomic<int> served{0};
@@ -88,7 +89,10 @@ struct changing_device {
         const float temperature = 20.0f + 0.37f * float(n);
         quint32 bits = 0;
         std::memcpy(&bits, &temperature, sizeof bits);
-        const quint16 words[3] = {quint16(bits >> 16), quint16(bits & 0xFFFF), quint16(100 + n)};
+        // The counter stops at its top rather than wrap: back at the user's value, the edit would
+        // settle (as it should), and the log would rightly say the next difference again.
+        const quint16 words[3] = {quint16(bits >> 16), quint16(bits & 0xFFFF),
+                                  quint16(std::min(100 + n, 0xFFFF))};
         QByteArray reply;
         reply.append(char(0x03)).append(char(2 * count));
         for (int address = start; address < start + count; ++address) {
