@@ -36,10 +36,12 @@ struct parameter_description;
  *
  * A read-only field stays readable but unchangeable: spin boxes and line edits are read-only,
  * check and combo boxes disabled; it carries the dynamic property "qz_read_only", and its bounds
- * are left out, so that it shows whatever the device holds. The unit is a spin box's suffix (" dB"), and a QLabel after any
- * other field (a HexSpinBox included, whose text is the number alone). The description is the
- * tool tip of label and field. Rows of one group lie in one QGroupBox titled with the group;
- * groups, and rows without one, follow in order of first appearance.
+ * are left out, so that it shows whatever the device holds.
+ *
+ * The unit is a spin box's suffix (" dB"), and a QLabel after any other field (a HexSpinBox
+ * included, whose text is the number alone). The description is the tool tip of label and field.
+ * Rows of one group lie in one QGroupBox titled with the group; groups, and rows without one,
+ * follow in order of first appearance.
  *
  * A field starts without a value of the device's: a combo box with no item chosen, spin boxes and
  * line edits with empty text, a check box unchecked.
