@@ -67,7 +67,7 @@ QStringList log_lines(const qz::panel::panel_window& window)
 const QByteArray changing_map_text = R"({"version": 1, "parameters": [
     {"id": "0x0020", "name": "Temperature", "table": "holding", "address": 0, "type": "float32", "read_only": true,
      "unit": "degC"},
-    {"id": "0x0021", "name": "Counter", "table": "holding", "address": 2, "type": "uint16", "maximum": 5000}
+    {"id": "0x0021", "name": "Counter", "table": "holding", "address": 2, "type": "uint16"}
 ]})";
 
 /**
