@@ -23,9 +23,9 @@ QString number_of(const QString& text, const bounded_entry::box_t& box)
     return number;
 }
 
-bool is_beyond(const QString& text, const bounded_entry::box_t& box)
+// Whether @p number (number_of() an entry) lies beyond the box's range.
+bool is_beyond(const QString& number, const bounded_entry::box_t& box)
 {
-    const QString number = number_of(text, box);
     bool ok = false;
     const double value = box.locale.toDouble(number, &ok);
     return ok && std::isfinite(value) && (value < box.low || value > box.high);
@@ -48,12 +48,12 @@ QValidator::State bounded_entry::allow_beyond(QValidator::State state, const QSt
     // "1" that follows would turn -1 into 1.
     const QString number = number_of(text, box);
     const bool sign = number == box.locale.negativeSign() || number == box.locale.positiveSign();
-    return sign || is_beyond(text, box) ? QValidator::Intermediate : state;
+    return sign || is_beyond(number, box) ? QValidator::Intermediate : state;
 }
 
 void bounded_entry::refuse_beyond(const QString& text, const box_t& box) const
 {
-    if (is_beyond(text, box))
+    if (is_beyond(number_of(text, box), box))
         _refused = text;
 }
 

@@ -308,14 +308,10 @@ void panel_window::_show_status()
     _status->setText(text);
 }
 
-bool panel_window::_refused_while_lost(const QString& what)
+bool panel_window::_refused_while_lost(const QString& what, const QString& then)
 {
     if (!_link_down || !_monitor->is_active())
         return false;
-    const QString then = what == QLatin1String("Write")
-        ? QStringLiteral("the %1 pending change(s) stay, to be written once it is back")
-              .arg(pending_ids().size())
-        : QStringLiteral("the polled fields are read again once it is back");
     const QString text = QStringLiteral("%1 not sent: the device is lost since %2 (%3); %4")
                              .arg(what, _lost_since, _lost_text, then);
     _log->log(log_item::WARN, text);
@@ -378,7 +374,9 @@ void panel_window::_set_busy(bool busy, const QString& text)
 
 void panel_window::read_all()
 {
-    if (_busy || !_worker || _refused_while_lost(QStringLiteral("Read")))
+    if (_busy || !_worker
+        || _refused_while_lost(QStringLiteral("Read"),
+                               QStringLiteral("the polled fields are read again once it is back")))
         return;
     _set_busy(true, tr("Reading..."));
     _session->begin_operation();
@@ -394,7 +392,9 @@ void panel_window::write_changes()
         _log->log(log_item::WARN, QStringLiteral("nothing to write: no field was changed"));
         return;
     }
-    if (_refused_while_lost(QStringLiteral("Write")))
+    if (_refused_while_lost(QStringLiteral("Write"),
+                            QStringLiteral("the %1 pending change(s) stay, to be written once it is back")
+                                .arg(changes.size())))
         return;
     // A 32-bit hex field holds its bits as int; an unsigned parameter takes them as uint.
     for (auto& change : changes) {

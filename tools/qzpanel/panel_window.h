@@ -112,7 +112,7 @@ private:
     void _set_busy(bool busy, const QString& text = QString());
     void _request_ended(qz::gui::sat_worker::operation_type_e op, bool sweep);
     void _show_status();
-    bool _refused_while_lost(const QString& what);
+    bool _refused_while_lost(const QString& what, const QString& then);
     void _end_worker();
     void _ask_save();
     void _ask_load();
